@@ -1,0 +1,45 @@
+# Build and run contract: `make run` and `make test` work on a fresh Debian machine.
+PACKAGES := minisat libcadical-dev libbdd-dev librapidxml-dev zlib1g-dev bison flex \
+            libgtest-dev cmake ninja-build g++ make
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: all deps build build-asan run test test-release test-asan bench clean
+
+all: build
+
+deps:
+	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "installing:$$missing"; \
+	  $(SUDO) apt-get update -qq && DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq $$missing; \
+	fi
+
+build: deps
+	@cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build build -j $(JOBS)
+
+build-asan: deps
+	@cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DNUREX_SANITIZE=ON >/dev/null
+	@cmake --build build-asan -j $(JOBS)
+
+build-release: deps
+	@cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build build-release -j $(JOBS)
+
+run: build
+	./build/nurex -D examples/philosophers.pnml
+
+test: test-release test-asan
+
+test-release: build
+	cd build && ctest --output-on-failure -j $(JOBS)
+
+test-asan: build-asan
+	cd build-asan && ASAN_OPTIONS=detect_leaks=1 ctest --output-on-failure -j $(JOBS)
+
+bench: build-release
+	bench/run
+
+clean:
+	rm -rf build build-asan build-release

@@ -1,0 +1,39 @@
+// The process-wide status word, error and warning output, message builders and
+// the verbosity word that gates trace output.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace nurex {
+
+enum : uint32_t { StatusClean = 0, StatusWarning = 1, StatusError = 2, StatusOutOfMemory = 5 };
+
+// Raises the latched status to `level` if higher; returns the value found before.
+// raiseStatus(0) reads the status.
+uint32_t raiseStatus(uint32_t level);
+// Tests and the run's start put the latch back to 0.
+void resetStatus();
+
+// "\nError: %s\n" on stderr, flushed; status 2.
+void reportError(const std::string& text);
+// "\nWarning: %s\n" on stderr, flushed; status 1.
+void reportWarning(const std::string& text);
+// A formatted write into a buffer of 10,000 characters, then to `stream`, flushed.
+void printTo(FILE* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// One message is cut to this many characters, terminator included.
+constexpr size_t MessageBufferSize = 10000;
+
+// The verbosity word: written once from the options, read everywhere.
+extern unsigned verbosity;
+
+// Message builders shared by several subsystems.
+std::string cannotOpenForInput(const std::string& name);
+std::string cannotOpenForOutput(const std::string& name);
+std::string syntaxErrorInFile(const std::string& name, unsigned long line);
+std::string noSuchSatSolver(long number);
+
+}  // namespace nurex
