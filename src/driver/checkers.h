@@ -1,0 +1,20 @@
+// Where the modes meet the driver: the checker of each (mode, unit kind), and the
+// evaluation of cost coefficients for STG units.
+#pragma once
+
+#include <memory>
+
+#include "driver/mode_frame.h"
+
+namespace nurex {
+
+// The checker factory of a mode for one kind of unit; null while the mode has none.
+template <int Mode, class U>
+constexpr std::unique_ptr<ModeChecker> (*checkerFactory())(U&, const OptionMap&) {
+  return nullptr;
+}
+
+template <class U>
+void evaluateCoefficientsOf(U&, OptionMap&) {}
+
+}  // namespace nurex

@@ -1,0 +1,79 @@
+// Mode dispatch: the table of eleven entries, the loaders of the mode groups, and the
+// handler tables per mode and unit kind.
+#include <cstdio>
+
+#include "driver/checkers.h"
+#include "driver/command_line.h"
+#include "driver/mode_frame.h"
+#include "model/loaders.h"
+#include "platform/reporter.h"
+#include "platform/system.h"
+
+namespace nurex {
+
+template <class U>
+void runHandlerFrame(U& unit, OptionMap options, std::unique_ptr<ModeChecker> (*makeChecker)(U&, const OptionMap&)) {
+  printStatistics(unit);
+  if constexpr (U::NetType::isStg) evaluateCoefficientsOf(unit, options);
+  if (raiseStatus(0) >= StatusError) return;
+  std::unique_ptr<ModeChecker> checker = makeChecker ? makeChecker(unit, options) : nullptr;
+  if (!checker) {
+    if (raiseStatus(0) < StatusError) reportError("This mode is currently not supported");
+    return;
+  }
+  double start = monotonicSeconds();
+  checker->run();
+  double stop = monotonicSeconds();
+  if (raiseStatus(0) >= StatusError) return;
+  checker->writeVerdict();
+  printTo(stdout, "\n");
+  checker->printSolverStatistics();
+  printTo(stdout, "\n SAT/Total time: %.2f/%.2f", checker->satSeconds(), stop - start);
+}
+
+namespace {
+
+template <int Mode>
+struct ModeVisitor {
+  template <class U>
+  static void run(U& unit, OptionMap options) {
+    runHandlerFrame<U>(unit, options, checkerFactory<Mode, U>());
+  }
+};
+
+template <class Unit, int Mode>
+void loadAndRun(Unit* (*load)(const std::string&), const OptionMap& options) {
+  Unit* unit = load(runStrings.inputFileName);
+  if (unit && raiseStatus(0) < StatusError) {
+    static constexpr auto handlers = Unit::template tableOf<ModeVisitor<Mode>, void, OptionMap>();
+    unit->visit(handlers, OptionMap(options));
+  }
+  delete unit;
+}
+
+template <int Mode>
+void modeEntry(const OptionMap& options) {
+  if constexpr (Mode == 1) loadAndRun<DeadlockUnit, Mode>(loadDeadlockUnit, options);
+  else if constexpr (Mode == 2) loadAndRun<ReachUnit, Mode>(loadReachUnit, options);
+  else loadAndRun<StgUnit, Mode>(loadStgUnit, options);
+}
+
+using ModeEntryFunction = void (*)(const OptionMap&);
+// Index 0 and anything behind 11 are null: the parser cannot produce them, but the check stays.
+const ModeEntryFunction modeEntries[ModeCount + 2] = {
+    nullptr,        &modeEntry<1>, &modeEntry<2>, &modeEntry<3>, &modeEntry<4>,  &modeEntry<5>, &modeEntry<6>,
+    &modeEntry<7>, &modeEntry<8>, &modeEntry<9>, &modeEntry<10>, &modeEntry<11>, nullptr};
+
+}  // namespace
+
+void runMode(const OptionMap& options) {
+  int32_t mode = options["mode"];
+  ModeEntryFunction entry = mode >= 0 && mode <= ModeCount + 1 ? modeEntries[mode] : nullptr;
+  if (!entry) {
+    reportError("This mode is currently not supported");
+    return;
+  }
+  entry(options);
+}
+
+}  // namespace nurex

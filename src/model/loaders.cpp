@@ -1,0 +1,95 @@
+// The loaders of the three mode groups: file kind by extension, unit kind by PNML type.
+#include "model/loaders.h"
+
+#include <memory>
+
+#include "model/formats/readers.h"
+#include "platform/reporter.h"
+
+namespace nurex {
+
+namespace {
+
+bool endsWith(const std::string& text, const std::string& tail) {
+  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// The text behind the last '.', empty if there is none.
+std::string extensionOf(const std::string& name) {
+  auto dot = name.rfind('.');
+  return dot == std::string::npos ? "" : name.substr(dot + 1);
+}
+
+void reportUnexpectedExtension(const std::string& extension) {
+  reportError("unexpected file extension: \"" + extension + "\"");
+}
+
+bool isPnmlName(const std::string& name) { return endsWith(name, ".pnml") || endsWith(name, ".pnml.gz"); }
+
+template <class Unit>
+Unit* adoptLoaded(LoadedUnit& loaded) {
+  if constexpr (Unit::alternativeCount > 1) {
+    if (loaded.petriNetPrefix) return Unit::adoptFrom(std::move(*loaded.petriNetPrefix));
+    if (loaded.stgPrefix) return Unit::adoptFrom(std::move(*loaded.stgPrefix));
+    if (loaded.petriNetMergedProcess) return Unit::adoptFrom(std::move(*loaded.petriNetMergedProcess));
+  }
+  if constexpr (Unit::alternativeCount > 3)
+    if (loaded.stgMergedProcess) return Unit::adoptFrom(std::move(*loaded.stgMergedProcess));
+  if (loaded.stgPrefix) return Unit::adoptFrom(std::move(*loaded.stgPrefix));
+  return nullptr;
+}
+
+template <class Unit, class Loaded>
+Unit* adopt(std::unique_ptr<Loaded> loaded) {
+  return loaded ? Unit::adoptFrom(std::move(*loaded)) : nullptr;
+}
+
+}  // namespace
+
+// In the two Petri net groups a legacy file is always read as a Petri net: the STG
+// readers of legacy files serve the STG group alone.
+DeadlockUnit* loadDeadlockUnit(const std::string& fileName) {
+  if (isPnmlName(fileName)) {
+    LoadedUnit loaded;
+    if (!readPnmlUnit(fileName,
+                      {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
+                       "merged_process:STG"},
+                      loaded))
+      return nullptr;
+    return adoptLoaded<DeadlockUnit>(loaded);
+  }
+  std::string extension = extensionOf(fileName);
+  if (extension == "mci") return adopt<DeadlockUnit>(readPrefixMci(fileName));
+  if (extension == "mp") return adopt<DeadlockUnit>(readMergedProcessMp(fileName));
+  reportUnexpectedExtension(extension);
+  return nullptr;
+}
+
+ReachUnit* loadReachUnit(const std::string& fileName) {
+  if (isPnmlName(fileName)) {
+    LoadedUnit loaded;
+    if (!readPnmlUnit(fileName, {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net"},
+                      loaded))
+      return nullptr;
+    return adoptLoaded<ReachUnit>(loaded);
+  }
+  std::string extension = extensionOf(fileName);
+  if (extension == "mci") return adopt<ReachUnit>(readPrefixMci(fileName));
+  if (extension == "mp") return adopt<ReachUnit>(readMergedProcessMp(fileName));
+  reportUnexpectedExtension(extension);
+  return nullptr;
+}
+
+StgUnit* loadStgUnit(const std::string& fileName) {
+  if (isPnmlName(fileName)) {
+    LoadedUnit loaded;
+    if (!readPnmlUnit(fileName, {"branching_process:STG"}, loaded)) return nullptr;
+    return adoptLoaded<StgUnit>(loaded);
+  }
+  std::string extension = extensionOf(fileName);
+  if (extension == "mci") return adopt<StgUnit>(readStgPrefixMci(fileName));
+  reportUnexpectedExtension(extension);
+  return nullptr;
+}
+
+}  // namespace nurex
