@@ -1,0 +1,201 @@
+// Runs the command-line cases of tests/e2e/*.cases against the built nurex and compares
+// stdout, stderr, exit status and written files exactly (times masked).
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "support/process.h"
+
+namespace nurex::test {
+namespace {
+
+struct ExpectedFile {
+  std::string path, content;
+};
+
+struct E2eCase {
+  std::string name, source;
+  std::vector<std::string> args;
+  std::string input;
+  int exit = 0;
+  bool checkOut = false, checkErr = false, skipSanitized = false;
+  std::string out, err, outContains;
+  unsigned long limitAs = 0;
+  std::vector<ExpectedFile> files;
+};
+
+std::string substitute(std::string text, const std::string& tmp) {
+  const std::pair<std::string, std::string> table[] = {
+      {"{BENCH}", NUREX_BENCHMARKS}, {"{DATA}", std::string(NUREX_SOURCE_DIR) + "/tests/data"}, {"{TMP}", tmp}};
+  for (const auto& [key, value] : table)
+    for (size_t at; (at = text.find(key)) != std::string::npos;) text.replace(at, key.size(), value);
+  return text;
+}
+
+// Arguments split on blanks; double quotes group, and "" is an empty argument.
+std::vector<std::string> splitArguments(const std::string& line) {
+  std::vector<std::string> args;
+  std::string current;
+  bool quoted = false, any = false;
+  for (char c : line) {
+    if (c == '"') {
+      quoted = !quoted;
+      any = true;
+    } else if ((c == ' ' || c == '\t') && !quoted) {
+      if (any) args.push_back(current);
+      current.clear();
+      any = false;
+    } else {
+      current += c;
+      any = true;
+    }
+  }
+  if (any) args.push_back(current);
+  return args;
+}
+
+std::string unescape(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i)
+    if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == 'n') {
+      out += '\n';
+      ++i;
+    } else {
+      out += text[i];
+    }
+  return out;
+}
+
+// Blocks are lines up to the next "--- " or "=== " line; a line "\ no newline" drops the
+// newline before it, and the blank line that separates two cases is not content.
+std::string readBlock(const std::vector<std::string>& lines, size_t& i) {
+  std::string text;
+  bool lastBlank = false;
+  for (; i < lines.size() && lines[i].rfind("--- ", 0) != 0 && lines[i].rfind("=== ", 0) != 0; ++i) {
+    lastBlank = lines[i].empty();
+    if (lines[i] == "\\ no newline") {
+      if (!text.empty()) text.pop_back();
+      continue;
+    }
+    text += lines[i] + "\n";
+  }
+  if (lastBlank && (i == lines.size() || lines[i].rfind("=== ", 0) == 0)) text.pop_back();
+  return text;
+}
+
+std::vector<E2eCase> parseCases(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  std::vector<E2eCase> cases;
+  std::string stem = path.substr(path.rfind('/') + 1);
+  stem = stem.substr(0, stem.find('.'));
+  size_t i = 0;
+  while (i < lines.size()) {
+    if (lines[i].rfind("=== ", 0) != 0) {
+      ++i;
+      continue;
+    }
+    E2eCase c;
+    c.name = stem + "_" + lines[i].substr(4);
+    c.source = path;
+    for (++i; i < lines.size() && lines[i].rfind("=== ", 0) != 0;) {
+      const std::string& line = lines[i];
+      if (line.rfind("$ ", 0) == 0) c.args = splitArguments(line.substr(2)), ++i;
+      else if (line == "$") c.args.clear(), ++i;
+      else if (line.rfind("exit: ", 0) == 0) c.exit = std::stoi(line.substr(6)), ++i;
+      else if (line.rfind("stdin: ", 0) == 0) c.input = unescape(line.substr(7)), ++i;
+      else if (line.rfind("limit-as: ", 0) == 0) c.limitAs = std::stoul(line.substr(10)), ++i;
+      else if (line == "skip-sanitized") c.skipSanitized = true, ++i;
+      else if (line == "--- stdout") c.checkOut = true, c.out = readBlock(lines, ++i);
+      else if (line == "--- stdout-contains") c.outContains = readBlock(lines, ++i);
+      else if (line == "--- stderr") c.checkErr = true, c.err = readBlock(lines, ++i);
+      else if (line.rfind("--- file ", 0) == 0) {
+        ExpectedFile f{line.substr(9), ""};
+        f.content = readBlock(lines, ++i);
+        c.files.push_back(f);
+      } else ++i;
+    }
+    for (char& ch : c.name)
+      if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
+    cases.push_back(c);
+  }
+  return cases;
+}
+
+std::vector<E2eCase> allCases() {
+  std::vector<E2eCase> cases;
+  std::string dir = std::string(NUREX_SOURCE_DIR) + "/tests/e2e";
+  std::vector<std::string> files;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(d)) {
+      std::string name = entry->d_name;
+      if (name.size() > 6 && name.compare(name.size() - 6, 6, ".cases") == 0) files.push_back(dir + "/" + name);
+    }
+    closedir(d);
+  }
+  std::sort(files.begin(), files.end());
+  for (const std::string& f : files)
+    for (E2eCase& c : parseCases(f)) cases.push_back(std::move(c));
+  return cases;
+}
+
+// Times vary from run to run: "SAT/Total time: 0.12/0.34" compares as "SAT/Total time: #/#".
+std::string maskTimes(const std::string& text) {
+  static const std::regex times("(SAT/Total time: )[0-9]+\\.[0-9]+/[0-9]+\\.[0-9]+");
+  return std::regex_replace(text, times, "$1#/#");
+}
+
+bool sanitized() {
+#if defined(__SANITIZE_ADDRESS__)
+  return true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  return true;
+#endif
+#endif
+  return false;
+}
+
+class EndToEnd : public testing::TestWithParam<E2eCase> {};
+
+TEST_P(EndToEnd, Case) {
+  const E2eCase& c = GetParam();
+  if (c.skipSanitized && sanitized()) GTEST_SKIP() << "address-space limits do not work under the sanitizer";
+  std::string tmp = makeTempDirectory();
+  ASSERT_FALSE(tmp.empty());
+  std::vector<std::string> args;
+  for (const std::string& a : c.args) args.push_back(substitute(a, tmp));
+  ProcessOptions options;
+  options.input = c.input;
+  options.workingDirectory = tmp;
+  options.addressSpaceLimit = c.limitAs;
+  ProcessResult r = runProcess(NUREX_BINARY, args, options);
+  SCOPED_TRACE(c.source);
+  EXPECT_FALSE(r.timedOut);
+  EXPECT_EQ(r.status, c.exit) << "stderr:\n" << r.err;
+  if (c.checkOut) EXPECT_EQ(maskTimes(r.out), maskTimes(substitute(c.out, tmp)));
+  if (c.checkErr) EXPECT_EQ(r.err, substitute(c.err, tmp));
+  std::istringstream wanted(substitute(c.outContains, tmp));
+  for (std::string line; std::getline(wanted, line);)
+    if (!line.empty()) EXPECT_NE(r.out.find(line), std::string::npos) << "stdout lacks: " << line << "\n" << r.out;
+  for (const ExpectedFile& f : c.files) {
+    std::ifstream in(substitute(f.path, tmp).find('/') == 0 ? substitute(f.path, tmp) : tmp + "/" + f.path);
+    std::stringstream content;
+    content << in.rdbuf();
+    EXPECT_TRUE(in.good() || in.eof()) << "missing file " << f.path;
+    EXPECT_EQ(content.str(), substitute(f.content, tmp)) << "file " << f.path;
+  }
+  runProcess("/bin/rm", {"-rf", tmp});
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EndToEnd, testing::ValuesIn(allCases()),
+                         [](const testing::TestParamInfo<E2eCase>& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace nurex::test
