@@ -28,7 +28,7 @@ build-release: deps
 	@cmake --build build-release -j $(JOBS)
 
 run: build
-	./build/nurex -D examples/philosophers.pnml
+	./build/nurex -D examples/philosophers.pnml.gz
 
 test: test-release test-asan
 

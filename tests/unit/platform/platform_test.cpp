@@ -1,0 +1,66 @@
+// Reporter latch and message limit, temporary files, core counting.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include "platform/reporter.h"
+#include "platform/system.h"
+#include "support/capture.h"
+
+namespace nurex::test {
+namespace {
+
+TEST(Reporter, LatchKeepsTheWorstSeverity) {
+  std::string err = captureStderr([] {
+    reportWarning("w");
+    EXPECT_EQ(raiseStatus(0), 1u);
+    reportError("e");
+    reportWarning("later");
+    EXPECT_EQ(raiseStatus(0), 2u);
+    EXPECT_EQ(raiseStatus(5), 2u);  // returns the value found
+    EXPECT_EQ(raiseStatus(2), 5u);
+  });
+  EXPECT_EQ(err, "\nWarning: w\n\nError: e\n\nWarning: later\n");
+  resetStatus();
+}
+
+TEST(Reporter, MessageIsCutToTheBuffer) {
+  std::string long_(12000, 'x');
+  std::string err = captureStderr([&] { reportError(long_); });
+  EXPECT_EQ(err, "\nError: " + std::string(MessageBufferSize - 1, 'x') + "\n");
+  resetStatus();
+}
+
+TEST(Reporter, MessageBuilders) {
+  EXPECT_EQ(cannotOpenForInput("a b"), "cannot open \"a b\" for input");
+  EXPECT_EQ(cannotOpenForOutput("x"), "cannot open \"x\" for output");
+  EXPECT_EQ(syntaxErrorInFile("f.mp", 12), "syntax error (file f.mp, line 12)");
+  EXPECT_EQ(noSuchSatSolver(5), "there is no SAT solver 5; the default SAT solver is used");
+}
+
+TEST(TempFiles, CreatedListedAndDeletedQuietly) {
+  std::string err = captureStderr([] {
+    FILE* f = createTempFile();
+    ASSERT_NE(f, nullptr);
+    std::fputs("x", f);
+    std::fclose(f);
+    deleteTempFiles();
+    deleteTempFiles();  // an empty list is silent
+  });
+  EXPECT_EQ(err, "");
+  EXPECT_EQ(raiseStatus(0), 0u);
+}
+
+TEST(Cores, CountsDistinctPhysicalCores) {
+  const char* twoByTwo =
+      "processor\t: 0\nphysical id\t: 0\ncore id\t\t: 0\n\n"
+      "processor\t: 1\nphysical id\t: 0\ncore id\t\t: 1\n\n"
+      "processor\t: 2\nphysical id\t: 0\ncore id\t\t: 0\n\n"  // a hyperthread sibling
+      "processor\t: 3\nphysical id\t: 1\ncore id\t\t: 0\n\n";
+  EXPECT_EQ(countCoresInCpuinfo(twoByTwo), 3u);
+  EXPECT_EQ(countCoresInCpuinfo("processor : 0\n"), 0u);
+  EXPECT_GE(processorCores(), 1u);
+}
+
+}  // namespace
+}  // namespace nurex::test
