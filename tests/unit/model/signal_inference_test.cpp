@@ -45,8 +45,9 @@ TEST(SignalInference, Table) {
   const Row rows[] = {
       {"undeclared signs alternate from an assumed 0", {N, N, N}, ValueUnknown, true, {P, M, P}, 0,
        "\nWarning: signal a is assigned initial value 0\n"},
-      {"a declared sign fixes the value", {N, M, N}, ValueUnknown, true, {M, P, M}, 1,
+      {"an assumption confirmed by a declared sign stays", {N, M, N}, ValueUnknown, true, {P, M, P}, 0,
        "\nWarning: signal a is assigned initial value 0\n"},
+      {"an assumption contradicted at once flips", {N, P, N}, ValueUnknown, true, {M, P, M}, 1, ""},
       {"a contradiction flips the assumed signs silently", {N, N, M}, ValueUnknown, true, {M, P, M}, 1, ""},
       {"declared minus first gives value 1", {M, P}, ValueUnknown, true, {M, P}, 1, ""},
       {"known value and undeclared sign", {N, N}, 1, true, {M, P}, 1, ""},
