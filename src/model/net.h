@@ -44,6 +44,7 @@ struct Signal {
 };
 
 struct PetriNet {
+  std::string name;  // the model's name from the file, empty if it gave none
   NodeList<Place> places;
   NodeList<Transition> transitions;
   static constexpr bool isStg = false;

@@ -1,0 +1,82 @@
+// PNML documents through RapidXml: reading a file (plain or gzip) into a document parsed in
+// place, writing one, and element access that reports the system's texts.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <rapidxml/rapidxml.hpp>
+
+namespace nurex {
+
+using XmlNode = rapidxml::xml_node<char>;
+using XmlDocument = rapidxml::xml_document<char>;
+
+// The document and the buffer that its names and values point into; they live together.
+struct XmlInput {
+  std::vector<char> buffer;
+  XmlDocument document;
+};
+
+// Opens the file (gzip if its name ends in ".gz"), reads it whole and parses it; null after
+// a reported error.
+std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName);
+// Prints the document into the file (gzip if its name ends in ".gz"); reports failures.
+bool writeDocument(const std::string& fileName, const XmlDocument& document);
+
+// Messages of the PNML readers.
+std::string xmlMustHaveAttribute(std::string_view node, std::string_view attribute);
+std::string xmlHasNoChildren(std::string_view node);
+std::string xmlMustHaveChild(std::string_view node, std::string_view child);
+std::string duplicateXmlId(std::string_view id);
+std::string undeclaredXmlIdentifier(std::string_view id);
+std::string unexpectedNetType(std::string_view type);
+std::string positiveIntegerExpected(std::string_view text);
+std::string ignoringDuplicateArc(std::string_view source, std::string_view target);
+std::string incorrectAttributeValue(std::string_view attribute, std::string_view node, std::string_view value);
+
+bool hasName(const XmlNode* node, const char* name);
+// The first child element of this name, or null; no report.
+XmlNode* findChild(const XmlNode* parent, const char* name);
+// The same, with "must have a child" when it is missing.
+XmlNode* requireChild(const XmlNode* parent, const char* name);
+// The attribute's value, or null with "must have attribute".
+const char* requireAttribute(const XmlNode* node, const char* name);
+// The value of the `text` child of the element, or null with "must have a child \"text\"".
+const char* requireText(const XmlNode* element);
+// The value of `<child><text>value</text></child>`, with the errors of both levels.
+const char* requireChildText(const XmlNode* parent, const char* child);
+// A decimal of at least `minimum` from the `text` child; "positive integer expected" if not.
+bool readDecimal(const XmlNode* element, uint32_t minimum, uint32_t& out);
+
+// What an XML id names at one level of a document: a node kind and the node (a place or
+// condition, a transition or event, or a signal). Pointers survive the later renumbering.
+enum XmlIdKind : uint8_t { XmlPlace, XmlTransition, XmlSignal };
+struct XmlId {
+  XmlIdKind kind;
+  void* node;
+};
+// Ids point into the document's buffer, so the keys need no copies.
+using XmlIdMap = std::unordered_map<std::string_view, XmlId>;
+// Registers the element's `id`; reports a missing or repeated one.
+bool registerXmlId(const XmlNode* element, XmlIdKind kind, void* node, XmlIdMap& ids);
+// Looks up the id, of the given kind; "has not been declared" if absent or of another kind.
+void* lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind);
+template <class T>
+bool lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind, T*& out) {
+  out = static_cast<T*>(lookUpXmlId(ids, id, kind));
+  return out != nullptr;
+}
+
+// The arcs of a page: each `arc` joins a place and a transition of `ids`; repeated arcs are
+// skipped with a warning. `link(place, transition, placeToTransition)` makes one arc and
+// may refuse it (after a report).
+using ArcLink = std::function<bool(void* place, void* transition, bool placeToTransition)>;
+bool readArcs(const XmlNode* page, const XmlIdMap& ids, const ArcLink& link);
+
+}  // namespace nurex

@@ -1,0 +1,130 @@
+// Every benchmark prefix loads with the statistics that verdicts.tsv records for it, and every
+// benchmark .g file survives a write and a second read.
+#include <filesystem>
+#include <map>
+#include <sstream>
+
+#include "model/checks.h"
+#include "model/formats/format_common.h"
+#include "model/formats/g_reader.h"
+#include "model/formats/readers.h"
+#include "model/formats/writers.h"
+#include "unit/formats/format_test_util.h"
+
+namespace nurex::test {
+namespace {
+
+namespace fs = std::filesystem;
+const std::string Benchmarks = NUREX_BENCHMARKS;
+
+struct VerdictRow {
+  std::string kind;
+  std::string statistics;  // the line as formatStatistics prints it
+};
+
+std::map<std::string, VerdictRow> readVerdicts() {
+  std::ifstream in(Benchmarks + "/verdicts.tsv");
+  std::map<std::string, VerdictRow> rows;
+  std::string line;
+  std::getline(in, line);  // header
+  while (std::getline(in, line)) {
+    std::vector<std::string> cells;
+    std::stringstream fields(line);
+    for (std::string cell; std::getline(fields, cell, '\t');) cells.push_back(cell);
+    if (cells.size() < 9) continue;
+    rows[cells[2]] = {cells[1], "\n |B|=" + cells[4] + " |E|=" + cells[5] + " |C|=" + cells[6] + " |BE|=" + cells[7] +
+                                    " |EB|=" + cells[8]};
+  }
+  return rows;
+}
+
+// The statistics line of a prefix file, read as the loaders would read it, or "" on failure.
+std::string statisticsOf(const std::string& path, bool stg) {
+  if (endsWith(path, ".mci")) {
+    if (stg) {
+      auto prefix = readStgPrefixMci(path);
+      return prefix ? formatStatistics(computeStatistics(prefix->conditions, prefix->events)) : "";
+    }
+    auto prefix = readPrefixMci(path);
+    return prefix ? formatStatistics(computeStatistics(prefix->conditions, prefix->events)) : "";
+  }
+  LoadedUnit loaded;
+  if (!readPnmlUnit(path,
+                    {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
+                     "merged_process:STG"},
+                    loaded))
+    return "";
+  EXPECT_EQ(loaded.stgPrefix != nullptr, stg) << path;
+  if (loaded.stgPrefix) return formatStatistics(computeStatistics(loaded.stgPrefix->conditions, loaded.stgPrefix->events));
+  if (loaded.petriNetPrefix)
+    return formatStatistics(computeStatistics(loaded.petriNetPrefix->conditions, loaded.petriNetPrefix->events));
+  return "merged process";
+}
+
+TEST(BenchmarkFormats, EveryPrefixGivesTheRecordedStatistics) {
+  auto verdicts = readVerdicts();
+  size_t checked = 0;
+  for (const auto& entry : fs::directory_iterator(Benchmarks + "/prefixes")) {
+    std::string file = entry.path().filename().string();
+    auto row = verdicts.find(file);
+    ASSERT_NE(row, verdicts.end()) << file << " has no row in verdicts.tsv";
+    std::string statistics;
+    diagnosticsOf([&] { statistics = statisticsOf(entry.path().string(), row->second.kind == "stg"); });
+    EXPECT_LT(raiseStatus(0), StatusError) << file;
+    EXPECT_EQ(statistics, row->second.statistics) << file;
+    ++checked;
+  }
+  EXPECT_EQ(checked, verdicts.size());
+}
+
+// A .mci benchmark written back and read again keeps its prefix.
+TEST(BenchmarkFormats, LegacyPrefixesSurviveWriting) {
+  for (const char* name : {"vme.mci", "cdp.mci", "dp_8.mci"}) {
+    std::unique_ptr<PetriNetPrefix> first, second;
+    diagnosticsOf([&] {
+      first = readPrefixMci(Benchmarks + "/prefixes/" + name);
+      std::ofstream out(scratchPath(name), std::ios::binary);
+      ASSERT_TRUE(first && writePrefixMci(*first, out));
+      out.close();
+      second = readPrefixMci(scratchPath(name));
+    });
+    ASSERT_TRUE(second) << name;
+    EXPECT_EQ(canonicalNet(*second), canonicalNet(*first)) << name;
+    EXPECT_EQ(canonicalEvents(*second), canonicalEvents(*first)) << name;
+  }
+}
+
+std::vector<fs::path> gFiles() {
+  std::vector<fs::path> files;
+  for (const char* dir : {"/nets", "/large"})
+    for (const auto& entry : fs::directory_iterator(Benchmarks + dir))
+      if (entry.path().extension() == ".g") files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+TEST(BenchmarkFormats, EveryNetReadsWritesAndReadsAgain) {
+  size_t nets = 0;
+  for (const fs::path& path : gFiles()) {
+    std::string diagnostics = diagnosticsOf([&] {
+      bool hasSignals = false;
+      auto first = readStgText(path.string(), &hasSignals);
+      ASSERT_TRUE(first) << path;
+      EXPECT_GT(first->transitions.size(), 0u) << path;
+      std::ostringstream text;
+      ASSERT_TRUE(writeStgText(*first, text));
+      bool againHasSignals = false;
+      auto second = parseStgText(text.str(), "written", &againHasSignals);
+      ASSERT_TRUE(second) << path << "\n" << text.str();
+      EXPECT_EQ(againHasSignals, hasSignals);
+      EXPECT_EQ(canonicalNet(*second, true), canonicalNet(*first, true)) << path;
+      EXPECT_EQ(canonicalSignals(*second), canonicalSignals(*first)) << path;
+    });
+    EXPECT_EQ(diagnostics, "") << path;
+    ++nets;
+  }
+  EXPECT_GE(nets, 60u);
+}
+
+}  // namespace
+}  // namespace nurex::test

@@ -1,0 +1,115 @@
+// Helpers of the format tests: scratch files, captured diagnostics, and a canonical text of
+// a net or prefix that two reads of the same thing must share.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "model/prefix.h"
+#include "platform/reporter.h"
+
+namespace nurex::test {
+
+inline std::string scratchPath(const std::string& name) {
+  auto dir = std::filesystem::temp_directory_path() / ("nurex_formats_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  return (dir / name).string();
+}
+
+inline std::string dataPath(const std::string& name) { return std::string(NUREX_SOURCE_DIR) + "/tests/data/formats/" + name; }
+
+inline std::string writeScratch(const std::string& name, const std::string& bytes) {
+  std::string path = scratchPath(name);
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+inline std::string readBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs `action` with a clean status and returns what it wrote to stderr.
+template <class Action>
+std::string diagnosticsOf(Action action) {
+  resetStatus();
+  testing::internal::CaptureStderr();
+  action();
+  return testing::internal::GetCapturedStderr();
+}
+
+inline std::string errorText(const std::string& text) { return "\nError: " + text + "\n"; }
+inline std::string warningText(const std::string& text) { return "\nWarning: " + text + "\n"; }
+
+// Names of nodes and their neighbours, independent of numbering: two nets with equal texts
+// have the same places, transitions, arcs and marking. With `implicitNames` a place with one
+// producer and one consumer is named "<t,u>" after them, as the .g form writes it.
+inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false) {
+  std::vector<std::string> lines;
+  for (const Place* p : net.places) {
+    std::vector<std::string> in, out;
+    for (const Transition* t : p->preset) in.push_back(t->name);
+    for (const Transition* t : p->postset) out.push_back(t->name);
+    std::sort(in.begin(), in.end());
+    std::sort(out.begin(), out.end());
+    std::string name = p->name;
+    if (implicitNames && in.size() == 1 && out.size() == 1) name = "<" + in[0] + "," + out[0] + ">";
+    std::string line = "P " + name + " " + std::to_string(p->tokens) + " <";
+    for (auto& n : in) line += " " + n;
+    line += " >";
+    for (auto& n : out) line += " " + n;
+    lines.push_back(line);
+  }
+  for (const Transition* t : net.transitions) lines.push_back("T " + t->name);
+  std::sort(lines.begin(), lines.end());
+  std::string text;
+  for (auto& l : lines) text += l + "\n";
+  return text;
+}
+
+inline std::string canonicalSignals(const Stg& stg) {
+  std::string text;
+  for (const Signal* s : stg.signals)
+    text += s->name + ":" + std::to_string(s->kind) + ":" + std::to_string(s->initialValue) + "\n";
+  std::vector<std::string> lines;
+  for (const Transition* t : stg.transitions)
+    lines.push_back(t->name + "->" + (t->signal ? t->signal->name : "-") + ":" + std::to_string(t->sign) + "\n");
+  std::sort(lines.begin(), lines.end());
+  for (auto& l : lines) text += l;
+  return text;
+}
+
+// Events in list order with transition, preset and postset places and cut-off kind.
+template <class Unit>
+std::string canonicalEvents(const Unit& unit) {
+  std::string text;
+  for (const auto* e : unit.events) {
+    text += e->transition->name + " [";
+    for (const auto* c : e->preset) text += " " + conditionName(c) + "=" + c->place->name;
+    text += " ] [";
+    for (const auto* c : e->postset) text += " " + conditionName(c) + "=" + c->place->name;
+    text += " ]";
+    if constexpr (Unit::isMergedProcess) text += e->isCutOff ? " cut-off" : "";
+    else {
+      const CutOffLink& link = e->correspondent;
+      if (link.isInitialState()) text += " cut-off:initial";
+      if (link.isUnknown()) text += " cut-off:unknown";
+      for (const Event* other : link.correspondents()) text += " cut-off:" + eventName(other);
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+}  // namespace nurex::test
