@@ -85,8 +85,8 @@ class MpReader {
  private:
   bool readCondition() {
     uint32_t place, depth, tokens;
-    if (!in_.number(place) || !in_.number(depth) || !in_.number(tokens) || !in_.endOfLine()) return false;
-    if (place < 1 || place > placeCount_ || depth < 1 || (tokens != 0 && depth != 1)) return false;
+    if (!in_.number(place) || !in_.number(depth) || !in_.number(tokens)) return false;
+    if (place < 1 || place > placeCount_ || depth < 1 || (tokens != 0 && depth != 1) || !in_.endOfLine()) return false;
     MpCondition* c = mp_.conditions.add(new MpCondition);
     c->occurrenceDepth = depth;
     c->tokens = tokens;

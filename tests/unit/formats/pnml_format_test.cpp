@@ -1,0 +1,244 @@
+// PNML documents: selection by type, the four unit readers, every reader message, gzip, and
+// writing followed by reading.
+#include "model/formats/readers.h"
+#include "model/formats/writers.h"
+#include "unit/formats/format_test_util.h"
+
+namespace nurex::test {
+namespace {
+
+const std::vector<std::string> AllTypes = {"branching_process:low_level_net", "branching_process:STG",
+                                           "merged_process:low_level_net", "merged_process:STG"};
+
+std::string toggleText() { return readBytes(dataPath("toggle.pnml")); }
+std::string choiceText() { return readBytes(dataPath("choice_mp.pnml")); }
+
+// Every occurrence replaced; there must be one.
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  EXPECT_NE(text.find(from), std::string::npos) << from;
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+// Reads text as a PNML file; the diagnostics and the loaded unit come back.
+struct PnmlRead {
+  LoadedUnit unit;
+  bool ok = false;
+  std::string diagnostics;
+};
+PnmlRead readText(const std::string& text, const std::vector<std::string>& types = AllTypes,
+                  const std::string& name = "case.pnml") {
+  PnmlRead read;
+  std::string path = writeScratch(name, text);
+  read.diagnostics = diagnosticsOf([&] { read.ok = readPnmlUnit(path, types, read.unit); });
+  return read;
+}
+
+TEST(PnmlFormat, ReadsAnStgPrefix) {
+  PnmlRead read = readText(toggleText());
+  ASSERT_TRUE(read.ok) << read.diagnostics;
+  EXPECT_EQ(read.diagnostics, "");
+  StgPrefix& prefix = *read.unit.stgPrefix;
+  EXPECT_EQ(prefix.name, "toggle");
+  EXPECT_EQ(canonicalNet(prefix), "P p0 1 < a- > a+\nP p1 0 < a+ > a-\nT a+\nT a-\nT d\n");
+  EXPECT_EQ(canonicalSignals(prefix), "a:1:0\nd:3:2\na+->a:0\na-->a:1\nd->d:2\n");
+  EXPECT_EQ(canonicalEvents(prefix), "a+ [ c0=p0 ] [ c1=p1 ]\na- [ c1=p1 ] [ c2=p0 ] cut-off:initial\n");
+  EXPECT_EQ(prefix.events[1]->sign, SignMinus);
+}
+
+TEST(PnmlFormat, ReadsAMergedProcess) {
+  PnmlRead read = readText(choiceText());
+  ASSERT_TRUE(read.ok) << read.diagnostics;
+  PetriNetMergedProcess& mp = *read.unit.petriNetMergedProcess;
+  EXPECT_EQ(canonicalEvents(mp), "a [ c0=p ] [ c1=q ]\nb [ c0=p ] [ c1=q ]\nc [ c1=q ] [ c2=p ] cut-off\n");
+  EXPECT_EQ(mp.conditions[0]->tokens, 1u);
+  EXPECT_EQ(mp.conditions[1]->tokens, 0u);  // no initialMarking
+  EXPECT_EQ(mp.conditions[2]->occurrenceDepth, 2u);
+}
+
+TEST(PnmlFormat, TypeSelectsTheReader) {
+  std::string lowLevel = replaced(toggleText(), "branching_process:STG", "low_level_net");
+  for (auto types : {AllTypes, std::vector<std::string>(AllTypes.begin(), AllTypes.begin() + 3),
+                     std::vector<std::string>{"branching_process:STG"}}) {
+    PnmlRead read = readText(lowLevel, types);
+    EXPECT_FALSE(read.ok);
+    EXPECT_EQ(read.diagnostics, errorText("unexpected net type: low_level_net"));
+  }
+  PnmlRead read = readText(replaced(choiceText(), "merged_process:low_level_net", "merged_process:STG"),
+                           {AllTypes.begin(), AllTypes.begin() + 3});
+  EXPECT_EQ(read.diagnostics, errorText("unexpected net type: merged_process:STG"));
+}
+
+TEST(PnmlFormat, CutOffFormsGiveTheCorrespondent) {
+  const std::string empty = "<correspondent/>";
+  struct Case {
+    std::string cutOff;
+    std::string expected;
+  } cases[] = {
+      {empty, "cut-off:initial"},
+      {"", "cut-off:unknown"},
+      {"<correspondent><ref>e0</ref></correspondent>", "cut-off:e0"},
+      {"<correspondent><ref>e0</ref><other/><ref>e1</ref></correspondent>", "cut-off:e0 cut-off:e1"},
+  };
+  for (const Case& c : cases) {
+    PnmlRead read = readText(replaced(toggleText(), empty, c.cutOff));
+    ASSERT_TRUE(read.ok) << read.diagnostics;
+    std::string events = canonicalEvents(*read.unit.stgPrefix);
+    EXPECT_NE(events.find("] " + c.expected + "\n"), std::string::npos) << events;
+  }
+  PnmlRead read = readText(replaced(toggleText(), empty, "<correspondent><ref>c0</ref></correspondent>"));
+  EXPECT_EQ(read.diagnostics, errorText("XML identifier \"c0\" has not been declared"));
+}
+
+TEST(PnmlFormat, MarkingsAndCountsAreDecimals) {
+  PnmlRead read = readText(replaced(choiceText(), "<text>1</text>\n\t\t\t\t</initialMarking>", "<text>0</text></initialMarking>"));
+  EXPECT_TRUE(read.ok) << read.diagnostics;
+  struct Case {
+    std::string from, to, error;
+  } cases[] = {
+      {"<text>1</text>\n\t\t\t\t</initialMarking>", "<text>-1</text></initialMarking>", "positive integer expected: -1"},
+      {"<text>2</text>\n\t\t\t\t</occurrence_depth>", "<text>0</text></occurrence_depth>", "positive integer expected: 0"},
+      {"<text>2</text>\n\t\t\t\t</occurrence_depth>", "<text>4294967296</text></occurrence_depth>",
+       "positive integer expected: 4294967296"},
+      {"<text>2</text>\n\t\t\t\t</occurrence_depth>", "</occurrence_depth>",
+       "XML node \"occurrence_depth\" must have a child \"text\""},
+      {"<occurrence_depth>\n\t\t\t\t\t<text>2</text>\n\t\t\t\t</occurrence_depth>", "",
+       "XML node \"place\" must have a child \"occurrence_depth\""},
+  };
+  for (const Case& c : cases) {
+    read = readText(replaced(choiceText(), c.from, c.to));
+    EXPECT_FALSE(read.ok);
+    EXPECT_EQ(read.diagnostics, errorText(c.error));
+  }
+}
+
+// Each fault of a document, with the one error it must give.
+TEST(PnmlFormat, FaultsGiveTheirErrors) {
+  struct Case {
+    std::string from, to, error;
+  } cases[] = {
+      {"sign=\"+\"", "sign=\"++\"", "attribute \"sign\" of XML node \"signal\" has incorrect value \"++\""},
+      {"sign=\"+\"", "", "XML node \"signal\" must have attribute \"sign\""},
+      {"type=\"output\"", "type=\"outputs\"", "attribute \"type\" of XML node \"signal\" has incorrect value \"outputs\""},
+      {"initialValue=\"0\"", "initialValue=\"2\"",
+       "attribute \"initialValue\" of XML node \"signal\" has incorrect value \"2\""},
+      {"initialValue=\"?\"", "initialValue=\"1\"", "dummy signal d has an initial value distinct from '?'"},
+      {"<text>d</text>\n\t\t\t\t\t\t</name>\n\t\t\t\t\t</signal>", "<text>a</text></name></signal>",
+       "signal a is declared more then once (file XML, line 0)"},
+      {"<signal ref=\"s0\" sign=\"-\">\n\t\t\t\t\t\t\t<text>a</text>\n\t\t\t\t\t\t</signal>", "",
+       "XML node \"transition\" must have a child \"signal\""},
+      {"ref=\"s0\" sign=\"-\"", "ref=\"p0\" sign=\"-\"", "XML identifier \"p0\" has not been declared"},
+      {"<place id=\"c2\">", "<place id=\"c1\">", "Duplicate XML id: \"c1\""},
+      {"<place id=\"c2\">", "<place>", "XML node \"place\" must have attribute \"id\""},
+      {"<transition id=\"t2\">", "<transition id=\"p1\">", "Duplicate XML id: \"p1\""},
+      {"<arc source=\"c1\" target=\"e1\"/>", "<arc source=\"c9\" target=\"e1\"/>",
+       "XML identifier \"c9\" has not been declared"},
+      {"<arc source=\"c1\" target=\"e1\"/>", "<arc target=\"e1\"/>", "XML node \"arc\" must have attribute \"source\""},
+      {"<arc source=\"c1\" target=\"e1\"/>", "<arc source=\"c1\" target=\"c0\"/>",
+       "arc c1 --> c0 does not join a place and a transition"},
+      {"<arc source=\"e1\" target=\"c2\"/>", "<arc source=\"e1\" target=\"c1\"/>",
+       "XML node \"place\" with id \"c1\" has more than one producer"},
+      {"<originalNode ref=\"t0\">", "<originalNode ref=\"p0\">", "XML identifier \"p0\" has not been declared"},
+      {"<originalNode ref=\"t0\">", "<originalNode>", "XML node \"originalNode\" must have attribute \"ref\""},
+      {"<originalNode ref=\"p1\">\n\t\t\t\t\t<text>p1</text>\n\t\t\t\t</originalNode>", "",
+       "XML node \"place\" must have a child \"originalNode\""},
+      {"<net type=\"STG\">", "<net type=\"low_level_net\">",
+       "attribute \"type\" of XML node \"net\" has incorrect value \"low_level_net\""},
+      {"original_net>", "original>", "XML node \"net\" must have a child \"original_net\""},
+      {"<name>\n\t\t\t\t\t\t\t<text>p1</text>\n\t\t\t\t\t\t</name>", "", "XML node \"place\" must have a child \"name\""},
+  };
+  for (const Case& c : cases) {
+    PnmlRead read = readText(replaced(toggleText(), c.from, c.to));
+    EXPECT_FALSE(read.ok) << c.error;
+    EXPECT_EQ(read.diagnostics, errorText(c.error));
+  }
+}
+
+TEST(PnmlFormat, DocumentTopIsChecked) {
+  struct Case {
+    std::string text, error;
+  } cases[] = {
+      {"", "XML node \"ROOT\" has no children"},
+      {"<net type=\"branching_process:STG\"/>", "XML node \"ROOT\" must have a child \"pnml\""},
+      {"<pnml/>", "XML node \"pnml\" has no children"},
+      {"<pnml><page/><net type=\"branching_process:STG\"/></pnml>", "XML node \"pnml\" must have a child \"net\""},
+      {"<pnml><net/></pnml>", "XML node \"net\" must have attribute \"type\""},
+  };
+  for (const Case& c : cases) EXPECT_EQ(readText(c.text).diagnostics, errorText(c.error));
+  std::string diagnostics = readText("<pnml><net type=\"x\"></pnml>").diagnostics;
+  EXPECT_EQ(diagnostics.rfind("\nError: syntax error in an XML file: ", 0), 0u) << diagnostics;
+}
+
+TEST(PnmlFormat, DuplicateArcIsSkippedWithAWarning) {
+  std::string arc = "<arc source=\"c0\" target=\"e0\"/>";
+  PnmlRead read = readText(replaced(toggleText(), arc, arc + arc));
+  ASSERT_TRUE(read.ok);
+  EXPECT_EQ(read.diagnostics, warningText("ignoring duplicate arc: c0 --> e0"));
+  EXPECT_EQ(read.unit.stgPrefix->events[0]->preset.size(), 1u);
+}
+
+TEST(PnmlFormat, GzipNameNeedsGzipData) {
+  PnmlRead read = readText(toggleText(), AllTypes, "plain.pnml.gz");
+  EXPECT_FALSE(read.ok);
+  EXPECT_EQ(read.diagnostics.rfind("\nError: syntax error in an XML file: ", 0), 0u) << read.diagnostics;
+}
+
+template <class Unit>
+void expectSameUnit(const Unit& a, const Unit& b) {
+  EXPECT_EQ(canonicalNet(a), canonicalNet(b));
+  EXPECT_EQ(canonicalEvents(a), canonicalEvents(b));
+  if constexpr (Unit::isStg) {
+    EXPECT_EQ(canonicalSignals(a), canonicalSignals(b));
+  }
+}
+
+TEST(PnmlFormat, WrittenUnitsReadBackTheSame) {
+  for (const char* file : {"toggle.pnml", "choice_mp.pnml"})
+    for (const char* written : {"written.pnml", "written.pnml.gz"}) {
+      PnmlRead first = readText(readBytes(dataPath(file)));
+      ASSERT_TRUE(first.ok);
+      std::string path = scratchPath(written);
+      PnmlRead second;
+      second.diagnostics = diagnosticsOf([&] {
+        bool written = first.unit.stgPrefix ? writeUnitPnml(*first.unit.stgPrefix, path)
+                                            : writeUnitPnml(*first.unit.petriNetMergedProcess, path);
+        EXPECT_TRUE(written);
+        second.ok = readPnmlUnit(path, AllTypes, second.unit);
+      });
+      ASSERT_TRUE(second.ok) << second.diagnostics;
+      EXPECT_EQ(second.diagnostics, "");
+      if (first.unit.stgPrefix) expectSameUnit(*first.unit.stgPrefix, *second.unit.stgPrefix);
+      else expectSameUnit(*first.unit.petriNetMergedProcess, *second.unit.petriNetMergedProcess);
+    }
+}
+
+TEST(PnmlFormat, BenchmarkPrefixesSurviveWriting) {
+  for (const char* name : {"gcd.pnml", "dme-e.pnml.gz", "dp_6.pnml.gz"}) {
+    LoadedUnit first, second;
+    std::string path = scratchPath(std::string("again_") + name);
+    diagnosticsOf([&] {
+      ASSERT_TRUE(readPnmlUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + name, AllTypes, first));
+      EXPECT_TRUE(first.stgPrefix ? writeUnitPnml(*first.stgPrefix, path) : writeUnitPnml(*first.petriNetPrefix, path));
+      EXPECT_TRUE(readPnmlUnit(path, AllTypes, second));
+    });
+    if (first.stgPrefix) {
+      ASSERT_TRUE(second.stgPrefix) << name;
+      expectSameUnit(*first.stgPrefix, *second.stgPrefix);
+    } else {
+      ASSERT_TRUE(second.petriNetPrefix) << name;
+      expectSameUnit(*first.petriNetPrefix, *second.petriNetPrefix);
+    }
+  }
+}
+
+TEST(PnmlFormat, UnwritableFileIsReported) {
+  PnmlRead read = readText(toggleText());
+  ASSERT_TRUE(read.ok);
+  std::string path = scratchPath("no_such_dir/x.pnml");
+  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, path)); });
+  EXPECT_EQ(diagnostics, errorText("cannot open \"" + path + "\" for output"));
+}
+
+}  // namespace
+}  // namespace nurex::test
