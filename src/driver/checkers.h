@@ -2,16 +2,16 @@
 // evaluation of cost coefficients for STG units.
 #pragma once
 
-#include <memory>
-
 #include "driver/mode_frame.h"
+#include "verify/deadlock.h"
 
 namespace nurex {
 
 // The checker factory of a mode for one kind of unit; null while the mode has none.
 template <int Mode, class U>
-constexpr std::unique_ptr<ModeChecker> (*checkerFactory())(U&, const OptionMap&) {
-  return nullptr;
+constexpr ModeFactory<U> checkerFactory() {
+  if constexpr (Mode == 1) return &makeDeadlockMode<U>;
+  else return nullptr;
 }
 
 template <class U>

@@ -12,23 +12,22 @@
 namespace nurex {
 
 template <class U>
-void runHandlerFrame(U& unit, OptionMap options, std::unique_ptr<ModeChecker> (*makeChecker)(U&, const OptionMap&)) {
+void runHandlerFrame(U& unit, OptionMap options, ModeFactory<U> makeChecker) {
   printStatistics(unit);
   if constexpr (U::NetType::isStg) evaluateCoefficientsOf(unit, options);
   if (raiseStatus(0) >= StatusError) return;
-  std::unique_ptr<ModeChecker> checker = makeChecker ? makeChecker(unit, options) : nullptr;
-  if (!checker) {
-    if (raiseStatus(0) < StatusError) reportError("This mode is currently not supported");
+  if (!makeChecker) {
+    reportError("This mode is currently not supported");
     return;
   }
+  std::unique_ptr<SearchModeBase> checker = makeChecker(unit, options);
   double start = monotonicSeconds();
   checker->run();
   double stop = monotonicSeconds();
   if (raiseStatus(0) >= StatusError) return;
-  checker->writeVerdict();
-  printTo(stdout, "\n");
-  checker->printSolverStatistics();
-  printTo(stdout, "\n SAT/Total time: %.2f/%.2f", checker->satSeconds(), stop - start);
+  checker->describe();
+  checker->print_statistics();
+  printTo(stdout, "\n SAT/Total time: %.2f/%.2f", globalSatTime, stop - start);
 }
 
 namespace {
