@@ -1,0 +1,111 @@
+// The .g text form as written, and the choice of writer by file name.
+#include "model/formats/writers.h"
+#include "unit/formats/format_test_util.h"
+
+namespace nurex::test {
+namespace {
+
+// A small STG built by hand, without going through any reader.
+struct StgBuilder {
+  Stg stg;
+  Signal* signal(const std::string& name, uint8_t kind) {
+    Signal* s = stg.signals.add(new Signal);
+    s->name = name;
+    s->kind = kind;
+    return s;
+  }
+  Transition* transition(const std::string& name, Signal* s, uint32_t sign) {
+    Transition* t = stg.transitions.add(new Transition);
+    t->name = name;
+    t->signal = s;
+    t->sign = sign;
+    return t;
+  }
+  Place* place(const std::string& name, uint32_t tokens, std::vector<Transition*> in, std::vector<Transition*> out) {
+    Place* p = stg.places.add(new Place);
+    p->name = name;
+    p->tokens = tokens;
+    for (Transition* t : in) addTransitionArc(t, p);
+    for (Transition* t : out) addPlaceArc(p, t);
+    return p;
+  }
+};
+
+// a+ -> b+ through an implicit marked place; b+ -> p (two tokens) -> a-, b-; a- -> a+;
+// b- -> sink, which has no consumer. b- carries a legacy kind prefix in its name.
+void buildExample(StgBuilder& b) {
+  Signal* a = b.signal("a", SignalInput);
+  Signal* s = b.signal("b", SignalOutput);
+  b.stg.outputsBegin = 1;
+  b.stg.internalsBegin = b.stg.dummiesBegin = 2;
+  Transition* aPlus = b.transition("a+", a, SignPlus);
+  Transition* bPlus = b.transition("b+", s, SignPlus);
+  Transition* aMinus = b.transition("a-", a, SignMinus);
+  Transition* bMinus = b.transition("O.b-", s, SignMinus);
+  b.place("P1", 1, {aPlus}, {bPlus});
+  b.place("p", 2, {bPlus}, {aMinus, bMinus});
+  b.place("P2", 0, {aMinus}, {aPlus});
+  b.place("sink", 0, {bMinus}, {});
+}
+
+const std::string ExampleText =
+    "\n.inputs a\n.outputs b\n\n.graph\np a- b-\na+ b+\nb+ p\na- a+\nb- sink\n\n.marking { <a+,b+> p=2 }\n.end\n";
+
+TEST(StgTextWriter, WritesTheGraphMarkingAndSignalLists) {
+  StgBuilder b;
+  buildExample(b);
+  std::ostringstream out;
+  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(writeStgText(b.stg, out)); });
+  EXPECT_EQ(out.str(), ExampleText);
+  EXPECT_EQ(diagnostics, "");
+}
+
+TEST(StgTextWriter, SignalListsComeInKindOrder) {
+  StgBuilder b;
+  Signal* x = b.signal("x", SignalInternal);
+  Signal* d = b.signal("d", SignalDummy);
+  b.signal("e", SignalDummy);
+  b.stg.internalsBegin = 0;
+  b.stg.dummiesBegin = 1;
+  Transition* t = b.transition("x~", x, SignNone);
+  Transition* u = b.transition("d", d, SignNone);
+  b.place("p", 1, {u}, {t});
+  b.place("q", 0, {t}, {u});
+  std::ostringstream out;
+  EXPECT_TRUE(writeStgText(b.stg, out));
+  EXPECT_EQ(out.str(), "\n.internal x\n.dummy d e\n\n.graph\nx~ d\nd x~\n\n.marking { <d,x~> }\n.end\n");
+}
+
+TEST(StgTextWriter, FailedStreamIsTheResult) {
+  StgBuilder b;
+  buildExample(b);
+  std::ofstream closed;
+  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeStgText(b.stg, closed)); });
+  EXPECT_EQ(diagnostics, "");
+}
+
+TEST(StgTextWriter, SaveChoosesTheWriterByName) {
+  StgBuilder b;
+  buildExample(b);
+  // Only the last letter counts for the .g form.
+  std::string png = scratchPath("out.png");
+  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, png)); });
+  EXPECT_EQ(diagnostics, "");
+  EXPECT_EQ(readBytes(png), ExampleText);
+
+  std::string text = scratchPath("out.txt");
+  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, text)); });
+  EXPECT_EQ(diagnostics, warningText("unknown file extension: " + text));
+  EXPECT_EQ(readBytes(text).rfind("<pnml xmlns=\"http://www.pnml.org/version-2009/grammar/pnml\">", 0), 0u);
+
+  for (const char* name : {"out.pnml", "out.pnml.gz"}) {
+    diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
+    EXPECT_EQ(diagnostics, "") << name;
+  }
+  std::string missing = scratchPath("no_dir/out.g");
+  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
+  EXPECT_EQ(diagnostics, errorText("cannot open \"" + missing + "\" for output"));
+}
+
+}  // namespace
+}  // namespace nurex::test
