@@ -226,7 +226,10 @@ decl_eq_nlst: decl_eq {
 ;
 
 st: %empty { nurex::reachNoFilter($$); }
-  | TOK_SUCHTHAT exp { if (!nurex::reachFilter(ReachOperand($2, @2), $$)) YYERROR; }
+  | TOK_SUCHTHAT exp {
+      @$ = @2;  /* a filter is located at its expression, not at "s.t." */
+      if (!nurex::reachFilter(ReachOperand($2, @2), $$)) YYERROR;
+    }
 ;
 
 threshold: TOK_THRESHOLD { nurex::reachDefaultThreshold($$); }
