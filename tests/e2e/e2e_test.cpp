@@ -145,10 +145,12 @@ std::vector<E2eCase> allCases() {
   return cases;
 }
 
-// Times vary from run to run: "SAT/Total time: 0.12/0.34" compares as "SAT/Total time: #/#".
+// Times vary from run to run and solver sizes from solver to solver: "SAT/Total time: 0.12/0.34"
+// compares as "SAT/Total time: #/#", and so do the figures of the solver statistics line.
 std::string maskTimes(const std::string& text) {
   static const std::regex times("(SAT/Total time: )[0-9]+\\.[0-9]+/[0-9]+\\.[0-9]+");
-  return std::regex_replace(text, times, "$1#/#");
+  static const std::regex sizes("(Original Num Var/Cl/Lit\t+)[0-9]+/[0-9]+/[0-9]+");
+  return std::regex_replace(std::regex_replace(text, times, "$1#/#"), sizes, "$1#/#/#");
 }
 
 bool sanitized() {
