@@ -29,6 +29,8 @@ inline std::string dataPath(const std::string& name) { return std::string(NUREX_
 
 inline std::string writeScratch(const std::string& name, const std::string& bytes) {
   std::string path = scratchPath(name);
+  // A fresh file rather than a truncated one: rewriting in place makes the file system flush.
+  std::filesystem::remove(path);
   std::ofstream(path, std::ios::binary) << bytes;
   return path;
 }
