@@ -23,6 +23,7 @@ class SearchModeBase {
   virtual bool run() = 0;
   // A newline and the solver's "Original Num Var/Cl/Lit" line.
   virtual void print_statistics() = 0;
+  virtual const ResultList& result_list() const = 0;
 };
 
 template <class Unit>
@@ -37,6 +38,7 @@ class SearchMode : public SearchModeBase {
   void describe() override;
   bool run() override;
   void print_statistics() override;
+  const ResultList& result_list() const override { return solutions; }
 
   virtual void order_configurations(Configuration&, Configuration&, int) {}
   virtual void collect_solution(Solution& solution);
