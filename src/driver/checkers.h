@@ -3,6 +3,7 @@
 #pragma once
 
 #include "driver/mode_frame.h"
+#include "reach/coefficients.h"
 #include "verify/deadlock.h"
 
 namespace nurex {
@@ -15,6 +16,8 @@ constexpr ModeFactory<U> checkerFactory() {
 }
 
 template <class U>
-void evaluateCoefficientsOf(U&, OptionMap&) {}
+void evaluateCoefficientsOf(U& unit, OptionMap& options) {
+  evaluateCostCoefficients(unit, options);
+}
 
 }  // namespace nurex
