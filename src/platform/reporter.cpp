@@ -2,18 +2,19 @@
 #include "platform/reporter.h"
 
 #include <cstdarg>
-#include <vector>
 
 namespace nurex {
 
 namespace {
 std::atomic<uint32_t> status{0};
 
+// Messages go through a bounded buffer, so one message never exceeds it; the buffer is not on
+// the heap, so that "memory overflow" can still be written when the heap is exhausted.
+thread_local char buffer[MessageBufferSize];
+
 void emit(FILE* stream, const char* frame, const std::string& text) {
-  // The text goes through the bounded buffer so that one message never exceeds it.
-  std::vector<char> buffer(MessageBufferSize);
-  std::snprintf(buffer.data(), buffer.size(), "%s", text.c_str());
-  std::fprintf(stream, frame, buffer.data());
+  std::snprintf(buffer, sizeof buffer, "%s", text.c_str());
+  std::fprintf(stream, frame, buffer);
   std::fflush(stream);
 }
 }  // namespace
@@ -40,12 +41,11 @@ void reportWarning(const std::string& text) {
 }
 
 void printTo(FILE* stream, const char* format, ...) {
-  std::vector<char> buffer(MessageBufferSize);
   va_list args;
   va_start(args, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, args);
+  std::vsnprintf(buffer, sizeof buffer, format, args);
   va_end(args);
-  std::fputs(buffer.data(), stream);
+  std::fputs(buffer, stream);
   std::fflush(stream);
 }
 
