@@ -72,16 +72,10 @@ exp: NUM
 %%
 
 static int yyreport_syntax_error(const yypcontext_t* context, nurex::CoeffScanState& state) {
-  std::string unexpected;
-  std::vector<std::string> expected;
-  yysymbol_kind_t lookahead = yypcontext_token(context);
-  if (lookahead != YYSYMBOL_YYEMPTY) {
-    unexpected = nurex::unfoldTokenName(yysymbol_name(lookahead));
-    yysymbol_kind_t tokens[nurex::SyntaxErrorMaxExpected];
-    int count = yypcontext_expected_tokens(context, tokens, nurex::SyntaxErrorMaxExpected);
-    if (count < 0) return count;
-    for (int i = 0; i < count; ++i) expected.push_back(nurex::unfoldTokenName(yysymbol_name(tokens[i])));
-  }
-  coeff_error(state, nurex::syntaxErrorText(unexpected, expected).c_str());
+  int status;
+  std::string text = nurex::syntaxErrorOf(context, yypcontext_token, yypcontext_expected_tokens, yysymbol_name,
+                                          YYSYMBOL_YYEMPTY, status);
+  if (status < 0) return status;
+  coeff_error(state, text.c_str());
   return 0;
 }

@@ -241,16 +241,10 @@ threshold: TOK_THRESHOLD { nurex::reachDefaultThreshold($$); }
 /* Syntax errors name at most four expected tokens, found with lookahead correction. */
 static int yyreport_syntax_error(const yypcontext_t* context, yyscan_t, nurex::ReachSymbolTable&,
                                  nurex::ReachExprPtr&) {
-  std::string unexpected;
-  std::vector<std::string> expected;
-  yysymbol_kind_t lookahead = yypcontext_token(context);
-  if (lookahead != YYSYMBOL_YYEMPTY) {
-    unexpected = nurex::unfoldTokenName(yysymbol_name(lookahead));
-    yysymbol_kind_t tokens[nurex::SyntaxErrorMaxExpected];
-    int count = yypcontext_expected_tokens(context, tokens, nurex::SyntaxErrorMaxExpected);
-    if (count < 0) return count;
-    for (int i = 0; i < count; ++i) expected.push_back(nurex::unfoldTokenName(yysymbol_name(tokens[i])));
-  }
-  nurex::reportReachError(*yypcontext_location(context), nurex::syntaxErrorText(unexpected, expected));
+  int status;
+  std::string text = nurex::syntaxErrorOf(context, yypcontext_token, yypcontext_expected_tokens, yysymbol_name,
+                                          YYSYMBOL_YYEMPTY, status);
+  if (status < 0) return status;
+  nurex::reportReachError(*yypcontext_location(context), text);
   return 0;
 }
