@@ -87,7 +87,7 @@ TEST(SatGates, ClausesAgreeWithFunctionOnBothSolvers) {
   for (int solver : Solvers)
     for (KindArity gate : all_gates())
       for (Polarity polarity : {1, -1, 0})
-        for (int pattern = 0; pattern < 4; ++pattern) {
+        for (int pattern = 0; pattern < 12; ++pattern) {
           size_t inputs = gate.arity;
           SatFormula formula(solver, false, false);
           fresh_literals(formula, inputs);
