@@ -164,6 +164,9 @@ bool sanitized() {
   return false;
 }
 
+// Test listings show the case's name, not its bytes.
+void PrintTo(const E2eCase& c, std::ostream* os) { *os << c.name; }
+
 class EndToEnd : public testing::TestWithParam<E2eCase> {};
 
 TEST_P(EndToEnd, Case) {
@@ -181,11 +184,17 @@ TEST_P(EndToEnd, Case) {
   SCOPED_TRACE(c.source);
   EXPECT_FALSE(r.timedOut);
   EXPECT_EQ(r.status, c.exit) << "stderr:\n" << r.err;
-  if (c.checkOut) EXPECT_EQ(maskTimes(r.out), maskTimes(substitute(c.out, tmp)));
-  if (c.checkErr) EXPECT_EQ(r.err, substitute(c.err, tmp));
+  if (c.checkOut) {
+    EXPECT_EQ(maskTimes(r.out), maskTimes(substitute(c.out, tmp)));
+  }
+  if (c.checkErr) {
+    EXPECT_EQ(r.err, substitute(c.err, tmp));
+  }
   std::istringstream wanted(substitute(c.outContains, tmp));
   for (std::string line; std::getline(wanted, line);)
-    if (!line.empty()) EXPECT_NE(r.out.find(line), std::string::npos) << "stdout lacks: " << line << "\n" << r.out;
+    if (!line.empty()) {
+      EXPECT_NE(r.out.find(line), std::string::npos) << "stdout lacks: " << line << "\n" << r.out;
+    }
   for (const ExpectedFile& f : c.files) {
     std::ifstream in(substitute(f.path, tmp).find('/') == 0 ? substitute(f.path, tmp) : tmp + "/" + f.path);
     std::stringstream content;

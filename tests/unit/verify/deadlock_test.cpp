@@ -97,7 +97,9 @@ TEST(DeadlockBenchmarks, VerdictsAndShortestTraces) {
           ASSERT_TRUE(ok);
           EXPECT_EQ(check.found, row.deadlock);
           // A minimal configuration reaching a marking has no cut-off under a total adequate order.
-          if (minimise) EXPECT_EQ(check.length, row.shortest);
+          if (minimise) {
+            EXPECT_EQ(check.length, row.shortest);
+          }
         }
   }
 }
