@@ -1,0 +1,74 @@
+// Concurrency of conditions without a stored relation: a test against a fixed configuration
+// with memoised compatibility, and the forward closure of a cut.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "unfold/local_configuration.h"
+
+namespace nurex {
+
+// Two conditions are concurrent iff the union of the local configurations of their
+// producers is conflict-free and neither condition is consumed in it. The anchor fixes one
+// side, [e] for the postset of e or [producer(x)] for a condition x, and answers for the
+// other; whether an event's local configuration is compatible with the anchor is memoised
+// for the anchor's lifetime, so a scan over many conditions walks each event once.
+class ConfigurationAnchor {
+ public:
+  void ensure(const UnfoldState& state) {
+    past_.ensure(state.events.size());
+    memo_.ensure(state.events.size());
+    memoValue_.resize(std::max<size_t>(memoValue_.size(), state.events.size() + state.events.size() / 2 + 16));
+    consumed_.ensure(state.conditions.size());
+  }
+  // Anchors on [e] (null: the empty configuration); `alsoConsumed`, if given, is treated as
+  // consumed by the anchor, which makes it and everything after it non-concurrent.
+  void anchor(Event* e, const Condition* alsoConsumed);
+  // Anchors on the condition x itself: [producer(x)] with x held as consumed.
+  void anchorCondition(const Condition* x) { anchor(x->producer, x); }
+  // Whether y stays in a cut together with the anchor's cut (y is not the anchor condition).
+  bool concurrent(const Condition* y);
+  const std::vector<Event*>& anchorEvents() const { return past_.events(); }
+
+ private:
+  bool compatible(Event* g);
+  void failStack();
+  enum : uint8_t { Visiting = 1, Compatible = 2, Incompatible = 3 };
+  PastWalker past_;
+  StampSet consumed_, memo_;
+  std::vector<uint8_t> memoValue_;
+  std::vector<std::pair<Event*, uint32_t>> frames_;
+};
+
+// The conditions concurrent with the postset of a new event e: the forward closure of the
+// rest of Cut([e]) under the events of the prefix whose whole preset lies in the set.
+// Pairwise concurrent conditions form a co-set, so the closure holds every condition that
+// some configuration containing [e] leaves in its cut beside e's postset, and nothing more.
+class CoClosure {
+ public:
+  void ensure(const UnfoldState& state) {
+    members_.ensure(state.conditions.size());
+    counted_.ensure(state.events.size());
+    counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 2 + 16));
+    places_.ensure(state.net.places.size());
+  }
+  void compute(const std::vector<Condition*>& cut);
+  const std::vector<Condition*>& members() const { return list_; }
+  bool contains(const Condition* c) const { return members_.has(c->index); }
+  // Whether some member lies on the place.
+  bool coversPlace(const Place* p) const { return places_.has(p->index); }
+
+ private:
+  void add(Condition* c) {
+    if (members_.insert(c->index)) {
+      list_.push_back(c);
+      places_.mark(c->place->index);
+    }
+  }
+  StampSet members_, counted_, places_;
+  std::vector<uint32_t> counts_;
+  std::vector<Condition*> list_;
+};
+
+}  // namespace nurex

@@ -1,0 +1,59 @@
+// The concurrency relation of the prefix as bit rows, one per event and one for the
+// initial conditions, kept while the prefix stays below a node limit.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "model/prefix.h"
+
+namespace nurex {
+
+// Bit b of the row of event e is set when condition b is concurrent with e's postset and
+// not in it. A row covers the conditions that existed when e's batch was committed, its
+// own batch included; concurrency with a condition created later is found in the row of
+// that condition's producer. All conditions of one postset share their event's row: an
+// older condition is concurrent with one of them iff it is with all of them.
+class ConcurrencyRelation {
+ public:
+  ConcurrencyRelation(const NodeList<Condition>& conditions, const NodeList<Event>& events, uint32_t limit);
+  ~ConcurrencyRelation();
+  ConcurrencyRelation(const ConcurrencyRelation&) = delete;
+  ConcurrencyRelation& operator=(const ConcurrencyRelation&) = delete;
+
+  uint32_t limit() const { return limit_; }
+  // Row of the initial conditions, once they exist.
+  void setInitialRow(uint32_t initialConditions);
+  // Room for the rows of the events up to `eventCount`; main thread, between passes.
+  void growRows(uint32_t eventCount);
+  // The row of the batch event e; the batch holds the events from `batchEventsBegin` on and
+  // their conditions from `batchConditionsBegin` on. Writes e's row alone, reads earlier rows.
+  void computeRow(const Event* e, uint32_t batchEventsBegin, uint32_t batchConditionsBegin);
+
+  // Constant time, for two distinct conditions present in the relation.
+  bool concurrent(const Condition* x, const Condition* y) const;
+
+  // Nodes (conditions) and edges (concurrent pairs) of the relation seen as a graph.
+  uint32_t nodeCount() const;
+  uint64_t edgeCount() const;
+
+ private:
+  struct Row {
+    uint32_t* words = nullptr;
+    uint32_t bits = 0;  // conditions covered: those numbered below
+  };
+  const Row& rowOf(const Event* producer) const { return producer ? rows_[producer->index] : initialRow_; }
+  static bool test(const Row& row, uint32_t bit) { return (row.words[bit >> 5] >> (bit & 31)) & 1u; }
+  static void set(Row& row, uint32_t bit) { row.words[bit >> 5] |= 1u << (bit & 31); }
+  static void clear(Row& row, uint32_t bit) { row.words[bit >> 5] &= ~(1u << (bit & 31)); }
+  static Row allocate(uint32_t bits);
+  void intersectOlder(Row& row, const Event* e, uint32_t older) const;
+
+  const NodeList<Condition>& conditions_;
+  const NodeList<Event>& events_;
+  uint32_t limit_;
+  std::vector<Row> rows_;
+  Row initialRow_;
+};
+
+}  // namespace nurex

@@ -1,0 +1,223 @@
+// The possible-extension search of one worker: partners of each new condition, their
+// combination into co-sets that map onto a transition's preset, and the safety test.
+#include "unfold/extension_search.h"
+
+#include <algorithm>
+
+#include "unfold/concurrency_relation.h"
+
+namespace nurex {
+
+CandidateQueue::~CandidateQueue() {
+  for (auto& bucket : bySize_)
+    for (Candidate* c : bucket) delete c;
+}
+
+void CandidateQueue::add(Candidate* candidate) {
+  if (bySize_.size() <= candidate->size) bySize_.resize(candidate->size + 1);
+  if (count_ == 0 || candidate->size < lowest_) lowest_ = candidate->size;
+  bySize_[candidate->size].push_back(candidate);
+  ++count_;
+}
+
+uint32_t CandidateQueue::smallestSize() {
+  if (count_ == 0) return 0;
+  while (bySize_[lowest_].empty()) ++lowest_;
+  return lowest_;
+}
+
+void CandidateQueue::take(uint32_t size, std::vector<Candidate*>& out) {
+  if (size >= bySize_.size()) return;
+  std::vector<Candidate*>& bucket = bySize_[size];
+  out.insert(out.end(), bucket.begin(), bucket.end());
+  count_ -= static_cast<uint32_t>(bucket.size());
+  std::vector<Candidate*>().swap(bucket);
+}
+
+void ExtensionWorker::prepare(const UnfoldState& state) {
+  describer_.ensure(state);
+  closure_.ensure(state);
+  eventAnchor_.ensure(state);
+  pairAnchor_.ensure(state);
+  interesting_.ensure(state.net.places.size());
+  if (buckets_.size() < state.net.places.size()) buckets_.resize(state.net.places.size());
+}
+
+void ExtensionWorker::fail(uint32_t position, std::string text) {
+  if (position < errorPosition_) {
+    errorPosition_ = position;
+    errorText_ = std::move(text);
+  }
+}
+
+void ExtensionWorker::emit(const UnfoldState& state, Transition* t, std::vector<Condition*> preset) {
+  std::sort(preset.begin(), preset.end(), [](Condition* a, Condition* b) { return a->index < b->index; });
+  auto* candidate = new Candidate;
+  candidate->transition = t;
+  candidate->preset = std::move(preset);
+  if (Place* twice = describer_.describe(state, *candidate)) {
+    fail(position_, netNotSafe(twice->name, eventTrace(describer_.pastEvents(), {t})));
+    delete candidate;
+    return;
+  }
+  queue_.add(candidate);
+}
+
+void ExtensionWorker::seed(const UnfoldState& state) {
+  prepare(state);
+  position_ = 0;
+  for (Transition* t : state.net.transitions)
+    if (t->preset.empty()) emit(state, t, {});
+  for (Condition* c : state.initialConditions)
+    for (Transition* t : c->place->postset) searchTransition(state, t, c);
+}
+
+void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
+  prepare(state);
+  position_ = position;
+  Event* e = state.events[state.batchEventsBegin + position];
+  switch (state.coMethod()) {
+    case CoMethod::Closure: closure_.compute(state.batchCuts[position]); break;
+    case CoMethod::Plain: eventAnchor_.anchor(e, nullptr); break;
+    case CoMethod::Relation: break;
+  }
+  if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
+  if (state.coMethod() == CoMethod::Closure) collectPartners(state, e);
+  for (Condition* c : e->postset)
+    for (Transition* t : c->place->postset) searchTransition(state, t, c);
+}
+
+// A condition of the same place concurrent with a new one means a reachable marking with
+// two tokens there. The witness with the lowest number is reported, with a run to it.
+bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t position) {
+  for (Condition* c : e->postset) {
+    Condition* witness = nullptr;
+    const std::vector<Condition*>& same = state.placeConditions[c->place->index];
+    switch (state.coMethod()) {
+      case CoMethod::Closure:
+        if (closure_.coversPlace(c->place))
+          for (Condition* x : closure_.members())
+            if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
+        break;
+      case CoMethod::Plain:
+        for (Condition* x : same)
+          if (x->producer != e && eventAnchor_.concurrent(x)) {
+            witness = x;
+            break;
+          }
+        break;
+      case CoMethod::Relation:
+        for (Condition* x : same)
+          if (x != c && state.relation->concurrent(x, c)) {
+            witness = x;
+            break;
+          }
+        break;
+    }
+    if (witness) {
+      std::vector<Event*> run = localConfiguration(e);
+      if (witness->producer)
+        for (Event* g : localConfiguration(witness->producer))
+          if (std::find(run.begin(), run.end(), g) == run.end()) run.push_back(g);
+      fail(position, netNotSafe(c->place->name, eventTrace(run)));
+      return false;
+    }
+  }
+  return true;
+}
+
+// The closure members that lie on a place of some transition that the new postset may
+// enable, by place, from non-cut-off producers.
+void ExtensionWorker::collectPartners(const UnfoldState& state, Event* e) {
+  (void)state;
+  interesting_.next();
+  for (Condition* c : e->postset)
+    for (Transition* t : c->place->postset)
+      for (Place* p : t->preset) interesting_.mark(p->index);
+  for (uint32_t p : filledBuckets_) buckets_[p].clear();
+  filledBuckets_.clear();
+  for (Condition* x : closure_.members()) {
+    uint32_t p = x->place->index;
+    if (!interesting_.has(p) || (x->producer && eventIsCutOff(x->producer))) continue;
+    if (buckets_[p].empty()) filledBuckets_.push_back(p);
+    buckets_[p].push_back(x);
+  }
+}
+
+// x (numbered below c) may join c in a preset: it is concurrent with c and its producer is
+// no cut-off.
+bool ExtensionWorker::isPartner(const UnfoldState& state, Event* e, Condition* x, Condition* c) {
+  if (e == nullptr) return x->producer == nullptr;
+  if (x->producer && eventIsCutOff(x->producer)) return false;
+  if (state.coMethod() == CoMethod::Relation) return state.relation->concurrent(x, c);
+  return eventAnchor_.concurrent(x);
+}
+
+bool ExtensionWorker::pairConcurrent(const UnfoldState& state, const Condition* x, const Condition* y) {
+  if (state.relation) return state.relation->concurrent(x, y);
+  return pairAnchor_.concurrent(y);
+}
+
+// Each co-set is found once: from its highest-numbered condition, when that condition is new.
+void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, Condition* c) {
+  size_t others = t->preset.size() - 1;
+  if (others == 0) {
+    emit(state, t, {c});
+    return;
+  }
+  if (lists_.size() < others) lists_.resize(others);
+  std::vector<std::vector<Condition*>>& first = lists_[0];
+  first.resize(others);
+  Event* e = c->producer;
+  size_t k = 0;
+  for (Place* p : t->preset) {
+    if (p == c->place) continue;
+    std::vector<Condition*>& list = first[k++];
+    list.clear();
+    if (e && state.coMethod() == CoMethod::Closure) {
+      for (Condition* x : buckets_[p->index])
+        if (x->index < c->index) list.push_back(x);
+      for (Condition* y : e->postset)
+        if (y->place == p && y->index < c->index) list.push_back(y);
+    } else {
+      for (Condition* x : state.placeConditions[p->index]) {
+        if (x->index >= c->index) break;
+        if (isPartner(state, e, x, c)) list.push_back(x);
+      }
+    }
+    if (list.empty()) return;
+  }
+  chosen_.clear();
+  chosen_.push_back(c);
+  combine(state, t, c, 0);
+}
+
+void ExtensionWorker::combine(const UnfoldState& state, Transition* t, Condition* c, size_t level) {
+  std::vector<std::vector<Condition*>>& current = lists_[level];
+  if (current.size() == 1) {
+    for (Condition* x : current[0]) {
+      chosen_.push_back(x);
+      emit(state, t, chosen_);
+      chosen_.pop_back();
+    }
+    return;
+  }
+  for (Condition* x : current[0]) {
+    std::vector<std::vector<Condition*>>& next = lists_[level + 1];
+    next.resize(current.size() - 1);
+    if (!state.relation) pairAnchor_.anchorCondition(x);
+    bool open = true;
+    for (size_t j = 1; j < current.size() && open; ++j) {
+      next[j - 1].clear();
+      for (Condition* y : current[j])
+        if (pairConcurrent(state, x, y)) next[j - 1].push_back(y);
+      open = !next[j - 1].empty();
+    }
+    if (!open) continue;
+    chosen_.push_back(x);
+    combine(state, t, c, level + 1);
+    chosen_.pop_back();
+  }
+}
+
+}  // namespace nurex

@@ -1,0 +1,339 @@
+// The main loop of the unfolder.
+#include "unfold/unfold_engine.h"
+
+#include <algorithm>
+#include <map>
+
+#include "platform/reporter.h"
+#include "platform/system.h"
+#include "unfold/adequate_order.h"
+#include "unfold/concurrency_relation.h"
+#include "unfold/correspondent_search.h"
+
+namespace nurex {
+
+namespace {
+
+std::string dummyCycleText(const std::string& trace) {
+  return "the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\n" + trace;
+}
+
+void printAbandoned() {
+  if (verbosity >= 2) printTo(stdout, "\n The concurrency relation is abandoned\n");
+}
+
+}  // namespace
+
+Unfolder::Unfolder(PetriNet& net, const UnfoldOptions& options, std::vector<uint8_t> mayBeCutOff)
+    : state_(net, options),
+      workers_(std::max(1, options.number_of_threads)),
+      pool_(static_cast<unsigned>(std::max(1, options.number_of_threads))) {
+  state_.mayBeCutOff = std::move(mayBeCutOff);
+  state_.placeConditions.resize(net.places.size());
+}
+
+Unfolder::~Unfolder() {
+  for (Candidate* c : batch_) delete c;
+}
+
+void Unfolder::takeResult(NodeList<Condition>& conditions, NodeList<Event>& events) {
+  conditions = std::move(state_.conditions);
+  events = std::move(state_.events);
+}
+
+// Initial conditions, in place order; the empty configuration's marking; the relation;
+// the first possible extensions.
+bool Unfolder::start() {
+  PetriNet& net = state_.net;
+  for (Place* p : net.places) {
+    if (p->tokens > 1) {
+      reportError(netNotSafe(p->name, ""));
+      return false;
+    }
+    if (p->tokens == 0) continue;
+    auto* c = new Condition;
+    c->place = p;
+    state_.conditions.add(c);
+    state_.placeConditions[p->index].push_back(c);
+    state_.initialConditions.push_back(c);
+  }
+  if (state_.initialConditions.empty()) reportWarning("the initial marking is empty");
+  // A transition without preset can fire any number of times.
+  for (Transition* t : net.transitions)
+    if (t->preset.empty() && !t->postset.empty()) {
+      reportError(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
+      return false;
+    }
+  std::vector<uint32_t> initial;
+  for (Condition* c : state_.initialConditions) initial.push_back(c->place->index);
+  table_.insert(initial, hashMarking(initial)).emptyConfiguration = true;
+  if (state_.options.conc_rel_size > 0) {
+    state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
+                                                            static_cast<uint32_t>(state_.options.conc_rel_size));
+    state_.relation->setInitialRow(state_.conditions.size());
+  }
+  if (state_.options.non_local_correspondents) correspondents_ = std::make_unique<CorrespondentSearch>(state_, pool_.threads());
+  workers_[0].seed(state_);
+  return !reportWorkerError();
+}
+
+bool Unfolder::fetchBatch() {
+  uint32_t smallest = 0;
+  for (ExtensionWorker& w : workers_) {
+    uint32_t s = w.queue().smallestSize();
+    if (s && (!smallest || s < smallest)) smallest = s;
+  }
+  if (!smallest) return false;
+  currentSize_ = smallest;
+  for (ExtensionWorker& w : workers_) w.queue().take(smallest, batch_);
+  return true;
+}
+
+// Which worker found an extension depends on timing; the order of the batch must not.
+// Transition, then preset, identifies an event.
+void Unfolder::sortBatch() {
+  std::sort(batch_.begin(), batch_.end(), [](const Candidate* a, const Candidate* b) {
+    if (a->transition->index != b->transition->index) return a->transition->index < b->transition->index;
+    return std::lexicographical_compare(a->preset.begin(), a->preset.end(), b->preset.begin(), b->preset.end(),
+                                        [](Condition* x, Condition* y) { return x->index < y->index; });
+  });
+}
+
+// An event of a dummy that may not be a cut-off, whose marking was reached before in its
+// own past by a run of such events only, lies on a cycle that would unfold for ever.
+bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record) {
+  walker_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
+  std::vector<Event*> past = walker_.events();
+  auto onlyDummiesAbove = [&](Event* f) {
+    std::vector<Event*> below = f ? localConfiguration(f) : std::vector<Event*>{};
+    for (Event* g : past)
+      if (!std::binary_search(below.begin(), below.end(), g, [](Event* a, Event* b) { return a->index < b->index; }) &&
+          state_.mayBeCutOff[g->transition->index])
+        return false;
+    return true;
+  };
+  bool cycle = record.emptyConfiguration && onlyDummiesAbove(nullptr);
+  for (Event* f : record.events) {
+    if (cycle) break;
+    if (walker_.contains(f)) cycle = onlyDummiesAbove(f);
+  }
+  if (!cycle) return true;
+  reportError(dummyCycleText(eventTrace(past, {candidate.transition})));
+  return false;
+}
+
+// Every event of an earlier batch has a smaller local configuration; except under order 0,
+// which also asks for inclusion, it is below the candidate.
+bool Unfolder::decideFromTable(uint32_t position) {
+  const Candidate& candidate = *batch_[position];
+  MarkingTable::Record* record = table_.find(candidate.marking, candidate.hash);
+  if (!record) return true;
+  if (!state_.mayBeCutOff[candidate.transition->index]) return checkDummyCycle(candidate, *record);
+  Decision& d = decisions_[position];
+  if (record->emptyConfiguration) {
+    d.kind = Decision::Initial;
+    return true;
+  }
+  if (state_.options.order == 0) {
+    walker_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
+    for (Event* f : record->events)
+      if (walker_.contains(f)) {
+        d.kind = Decision::Earlier;
+        d.earlier = f;
+        return true;
+      }
+    return true;
+  }
+  if (!record->events.empty()) {
+    d.kind = Decision::Earlier;
+    d.earlier = record->events[0];
+  }
+  return true;
+}
+
+// Events of one batch have equal sizes; orders 2 to 4 may still rank two of them with the
+// same marking, and then the lower is the correspondent of the higher.
+void Unfolder::decideWithinBatch() {
+  int order = state_.options.order;
+  if (order < 2) return;
+  std::map<std::pair<uint64_t, std::vector<uint32_t>>, std::vector<uint32_t>> groups;
+  std::vector<const std::vector<uint32_t>*> firsts;
+  for (uint32_t i = 0; i < batch_.size(); ++i)
+    if (decisions_[i].kind == Decision::NotCutOff) groups[{batch_[i]->hash, batch_[i]->marking}].push_back(i);
+  for (auto& [key, members] : groups) {
+    if (members.size() < 2) continue;
+    std::vector<ConfigurationSummary> summaries;
+    for (uint32_t i : members) {
+      walker_.walk(batch_[i]->preset.data(), static_cast<uint32_t>(batch_[i]->preset.size()));
+      summaries.push_back(summarizeConfiguration(state_, walker_.events(), batch_[i], order));
+    }
+    size_t lowest = 0;
+    for (size_t k = 1; k < members.size(); ++k)
+      if (compareConfigurations(order, summaries[k], summaries[lowest]) < 0) lowest = k;
+    for (size_t k = 0; k < members.size(); ++k) {
+      uint32_t i = members[k];
+      if (k == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
+      if (compareConfigurations(order, summaries[lowest], summaries[k]) < 0) {
+        decisions_[i].kind = Decision::SameBatch;
+        decisions_[i].position = members[lowest];
+      }
+    }
+  }
+}
+
+bool Unfolder::decideCutOffs() {
+  decisions_.assign(batch_.size(), Decision{});
+  walker_.ensure(state_.events.size());
+  for (uint32_t i = 0; i < batch_.size(); ++i)
+    if (!decideFromTable(i)) return false;
+  decideWithinBatch();
+  return true;
+}
+
+void Unfolder::printRunningStatistics() const {
+  uint32_t queued = 0;
+  for (const ExtensionWorker& w : workers_) queued += const_cast<ExtensionWorker&>(w).queue().count();
+  printTo(stdout, "\n|B|=%u |E|=%u |C|=%u |Q|=%u |[e]|=%u |SP|/|Si|=%u/%u", state_.conditions.size(),
+          state_.events.size(), cutOffCount_, queued, currentSize_, sliceCount_, static_cast<uint32_t>(batch_.size()));
+}
+
+void Unfolder::dropRelation() {
+  if (!state_.relation) return;
+  if (state_.options.print_statistics)
+    printTo(stdout, "\nConcurrency relation: |V|=%u |E|=%llu", state_.relation->nodeCount(),
+            static_cast<unsigned long long>(state_.relation->edgeCount()));
+  state_.relation.reset();
+  printAbandoned();
+}
+
+// Numbers, lists and arcs of the batch; the marking table learns the non-cut-offs.
+void Unfolder::commit() {
+  state_.batchEventsBegin = state_.events.size();
+  state_.batchConditionsBegin = state_.conditions.size();
+  state_.batchCuts.clear();
+  for (Candidate* candidate : batch_) {
+    auto* e = new Event;
+    e->transition = candidate->transition;
+    state_.events.add(e);
+    for (Condition* b : candidate->preset) {
+      e->preset.push_back(b);
+      b->postset.push_back(e);
+    }
+    state_.eventDepth.push_back(candidate->depth);
+    state_.eventSize.push_back(candidate->size);
+    for (Place* p : candidate->transition->postset) {
+      auto* c = new Condition;
+      c->producer = e;
+      c->place = p;
+      state_.conditions.add(c);
+      state_.placeConditions[p->index].push_back(c);
+      e->postset.push_back(c);
+    }
+    state_.batchCuts.push_back(std::move(candidate->cut));
+  }
+  for (uint32_t i = 0; i < batch_.size(); ++i) {
+    Event* e = state_.events[state_.batchEventsBegin + i];
+    const Decision& d = decisions_[i];
+    switch (d.kind) {
+      case Decision::NotCutOff:
+        table_.insert(batch_[i]->marking, batch_[i]->hash).events.push_back(e);
+        continue;
+      case Decision::Initial: e->correspondent.setInitialState(); break;
+      case Decision::Earlier: e->correspondent.setEvent(d.earlier); break;
+      case Decision::SameBatch: e->correspondent.setEvent(state_.events[state_.batchEventsBegin + d.position]); break;
+      case Decision::NonLocal: e->correspondent.setCorrespondents(d.maximal); break;
+    }
+    ++cutOffCount_;
+  }
+}
+
+bool Unfolder::reportWorkerError() {
+  const ExtensionWorker* first = nullptr;
+  for (const ExtensionWorker& w : workers_)
+    if (w.hasError() && (!first || w.errorPosition() < first->errorPosition())) first = &w;
+  if (!first) return false;
+  reportError(first->errorText());
+  for (ExtensionWorker& w : workers_) w.clearError();
+  return true;
+}
+
+bool Unfolder::extendBatch() {
+  uint32_t count = state_.events.size() - state_.batchEventsBegin;
+  if (state_.relation) {
+    state_.relation->growRows(state_.events.size());
+    pool_.run(CommandRelation, count, [this, count](unsigned, uint32_t item) {
+      state_.relation->computeRow(state_.events[state_.batchEventsBegin + count - item], state_.batchEventsBegin,
+                                  state_.batchConditionsBegin);
+    });
+  }
+  pool_.run(CommandExtend, count,
+            [this, count](unsigned worker, uint32_t item) { workers_[worker].extend(state_, count - item); });
+  return !reportWorkerError() && raiseStatus(0) < StatusError;
+}
+
+bool Unfolder::runCorrespondentSearch() {
+  if (!correspondents_) return true;
+  return correspondents_->run(pool_, batch_, decisions_);
+}
+
+bool Unfolder::run() {
+  startTime_ = monotonicSeconds();
+  if (!start()) return false;
+  while (fetchBatch()) {
+    sortBatch();
+    if (!decideCutOffs()) return false;
+    if (!runCorrespondentSearch()) return false;
+    ++sliceCount_;
+    largestSlice_ = std::max(largestSlice_, static_cast<uint32_t>(batch_.size()));
+    if (state_.options.print_running_statistics) printRunningStatistics();
+    if (state_.relation && batch_.size() + state_.conditions.size() > state_.relation->limit()) dropRelation();
+    commit();
+    for (Candidate* c : batch_) delete c;
+    batch_.clear();
+    if (!extendBatch()) return false;
+  }
+  finish();
+  return true;
+}
+
+void Unfolder::finish() {
+  dropRelation();
+  state_.batchCuts.clear();
+  if (state_.options.no_cutoffs) removeCutOffs();
+  if (state_.options.print_statistics)
+    printTo(stdout, "\n slices=%u largest slice=%u markings=%u", sliceCount_, largestSlice_, table_.recordCount());
+  if (state_.options.print_time) printTo(stdout, "\n unfolding time: %.3f s", monotonicSeconds() - startTime_);
+  bool anyNonCutOff = false;
+  for (Event* e : state_.events)
+    if (!eventIsCutOff(e)) {
+      anyNonCutOff = true;
+      break;
+    }
+  if (!anyNonCutOff) reportWarning("the prefix contains no non-cut-off events");
+}
+
+// Cut-off events go with their postset conditions; the rest is renumbered.
+void Unfolder::removeCutOffs() {
+  std::vector<Event*> keptEvents;
+  std::vector<Event*> events = state_.events.release();
+  for (Event* e : events) {
+    if (!eventIsCutOff(e)) {
+      keptEvents.push_back(e);
+      continue;
+    }
+    for (Condition* b : e->preset) b->postset.erase(e);
+    for (Condition* c : e->postset) c->index = NoIndex;
+  }
+  std::vector<Condition*> keptConditions;
+  for (Condition* c : state_.conditions.release()) {
+    if (c->index == NoIndex) delete c;
+    else keptConditions.push_back(c);
+  }
+  for (Event* e : events)
+    if (eventIsCutOff(e)) delete e;
+  for (auto& list : state_.placeConditions) list.clear();
+  state_.conditions.reorder(std::move(keptConditions));
+  state_.events.reorder(std::move(keptEvents));
+}
+
+}  // namespace nurex

@@ -1,0 +1,67 @@
+// The main object of one unfolder run: batches of possible extensions of equal local
+// configuration size, cut-off decisions through the marking table, commits, and the
+// parallel passes that extend each committed batch.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "unfold/extension_search.h"
+#include "unfold/marking_table.h"
+#include "unfold/unfold_state.h"
+#include "unfold/worker_pool.h"
+
+namespace nurex {
+
+class CorrespondentSearch;
+
+class Unfolder {
+ public:
+  // `mayBeCutOff` holds one flag per transition of the net.
+  Unfolder(PetriNet& net, const UnfoldOptions& options, std::vector<uint8_t> mayBeCutOff);
+  ~Unfolder();
+  Unfolder(const Unfolder&) = delete;
+  Unfolder& operator=(const Unfolder&) = delete;
+
+  // Builds the prefix; false after a reported error.
+  bool run();
+  // Moves the conditions and events out.
+  void takeResult(NodeList<Condition>& conditions, NodeList<Event>& events);
+
+ private:
+  using Decision = CutOffDecision;
+
+  bool start();
+  bool fetchBatch();
+  void sortBatch();
+  bool decideCutOffs();
+  bool decideFromTable(uint32_t position);
+  void decideWithinBatch();
+  bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
+  bool runCorrespondentSearch();
+  void printRunningStatistics() const;
+  void dropRelation();
+  void commit();
+  bool extendBatch();
+  bool reportWorkerError();
+  void finish();
+  void removeCutOffs();
+
+  UnfoldState state_;
+  MarkingTable table_;
+  std::vector<ExtensionWorker> workers_;
+  WorkerPool pool_;
+  std::unique_ptr<CorrespondentSearch> correspondents_;
+  PastWalker walker_;  // main thread's walks over candidates
+
+  std::vector<Candidate*> batch_;
+  std::vector<Decision> decisions_;
+  uint32_t currentSize_ = 0;
+
+  // Running counters.
+  uint32_t sliceCount_ = 0, largestSlice_ = 0, cutOffCount_ = 0;
+  double startTime_ = 0;
+};
+
+}  // namespace nurex

@@ -1,0 +1,58 @@
+// The unfolder's threads: the calling thread and number_of_threads - 1 workers that take
+// numbered items of a pass from one shared atomic counter.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace nurex {
+
+// Commands of a pass; 0 and 1 end a worker's pass or the worker itself.
+enum PoolCommand : uint32_t {
+  CommandStop = 0,
+  CommandQuit = 1,
+  CommandExtend = 10,         // possible extensions of one event of the batch
+  CommandRelation = 11,       // the relation row of one event of the batch
+  CommandCorrespondent = 12,  // the cut-off check of one event of the batch
+};
+
+class WorkerPool {
+ public:
+  // Item n of a pass (from 1 to the count) runs on the thread numbered `worker` (0 is the caller).
+  using ItemFunction = std::function<void(unsigned worker, uint32_t item)>;
+
+  explicit WorkerPool(unsigned threads);
+  ~WorkerPool();
+  WorkerPool(const WorkerPool&) = delete;
+  WorkerPool& operator=(const WorkerPool&) = delete;
+
+  unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
+  // Hands `count` items to all threads and returns when every one has finished the pass.
+  void run(PoolCommand command, uint32_t count, const ItemFunction& item);
+
+ private:
+  struct Worker {
+    std::thread thread;
+    std::mutex lock;
+    std::condition_variable wake;
+    uint32_t command = CommandStop;
+    bool pending = false;
+  };
+  void workerLoop(unsigned number);
+  void takeItems(unsigned worker);
+
+  std::vector<std::unique_ptr<Worker>> workers_;
+  std::atomic<int64_t> counter_{0};
+  const ItemFunction* item_ = nullptr;
+  std::mutex doneLock_;
+  std::condition_variable doneWake_;
+  unsigned running_ = 0;
+};
+
+}  // namespace nurex
