@@ -167,7 +167,7 @@ TEST(SatFormulaSolver, SolveAddsToTheGlobalTime) {
   EXPECT_GT(globalSatTime, before);
 }
 
-class InTemporaryDirectory : public testing::Test {
+class SatFormulaFiles : public testing::Test {
  protected:
   void SetUp() override {
     previous_ = std::filesystem::current_path();
@@ -188,7 +188,7 @@ class InTemporaryDirectory : public testing::Test {
   std::filesystem::path previous_, directory_;
 };
 
-TEST_F(InTemporaryDirectory, CnfFileHoldsTheLastInstance) {
+TEST_F(SatFormulaFiles, CnfFileHoldsTheLastInstance) {
   for (int solver : Solvers) {
     SatFormula formula(solver, false, true);
     Literal x = formula.new_literal(false), y = formula.new_literal(false);
@@ -203,7 +203,7 @@ TEST_F(InTemporaryDirectory, CnfFileHoldsTheLastInstance) {
   }
 }
 
-TEST_F(InTemporaryDirectory, UnwritableCnfWarnsAndSolves) {
+TEST_F(SatFormulaFiles, UnwritableCnfWarnsAndSolves) {
   resetStatus();
   std::filesystem::create_directory("formula.cnf");  // cannot be opened as a file
   SatFormula formula(1, false, true);
