@@ -21,8 +21,10 @@ std::string unfoldTokenName(const char* tableName);
 // The text for a generated parser's error context, from the parser's own accessors (its
 // lookahead-corrected list of expected tokens). `status` turns negative when listing the
 // expected tokens ran out of memory; the parser then reports "memory exhausted" itself.
+// Static, since every generated parser names its own, different types `yypcontext_t` and
+// `yysymbol_kind_t`: a shared instantiation would mix them up.
 template <class Context, class Symbol>
-std::string syntaxErrorOf(const Context* context, Symbol (*token)(const Context*),
+static std::string syntaxErrorOf(const Context* context, Symbol (*token)(const Context*),
                           int (*expectedTokens)(const Context*, Symbol*, int), const char* (*name)(Symbol),
                           Symbol none, int& status) {
   status = 0;

@@ -460,7 +460,7 @@ TEST(ReachGolden, StackExhaustion) {
 
 TEST(ReachGolden, LongChainsBuildAndRelease) {
   std::string text = "1";
-  for (int i = 0; i < 200000; ++i) text += "+1";
+  for (int i = 0; i < 100000; ++i) text += "+1";
   Outcome o = parse(text + " > 0");
   ASSERT_TRUE(o.tree);
   EXPECT_EQ(o.tree->tag, ReachGreater);
