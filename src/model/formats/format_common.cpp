@@ -1,6 +1,8 @@
 // Whole-file input and the message texts shared by the formats.
 #include "model/formats/format_common.h"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 #include "platform/reporter.h"
@@ -14,6 +16,10 @@ bool readWholeFile(const std::string& fileName, std::string& text) {
     return false;
   }
   text.clear();
+  // The size of a regular file saves the regrowth of a large text.
+  struct stat status;
+  if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0)
+    text.reserve(static_cast<size_t>(status.st_size));
   char chunk[1 << 16];
   size_t got;
   while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, got);

@@ -95,6 +95,7 @@ bool readOriginalNet(const XmlNode* element, Net& net, XmlIdMap& ids) {
   if (!checkNetType(element, Net::isStg ? "STG" : "low_level_net")) return false;
   XmlNode* page = requireChild(element, "page");
   if (!page) return false;
+  reserveXmlIds(page, ids);
   if constexpr (Net::isStg) {
     std::unordered_set<std::string> names;
     for (XmlNode* signal = page->first_node(); signal; signal = signal->next_sibling())

@@ -115,6 +115,7 @@ bool readPrefixPage(const XmlNode* page, Unit& unit, const XmlIdMap& originalIds
   using C = typename Unit::ConditionType;
   using E = typename Unit::EventType;
   XmlIdMap ids;
+  reserveXmlIds(page, ids);
   for (XmlNode* element = page->first_node(); element; element = element->next_sibling()) {
     if (hasName(element, "place") && !registerXmlId(element, XmlPlace, unit.conditions.add(new C), ids)) return false;
     if (hasName(element, "transition") && !registerXmlId(element, XmlTransition, unit.events.add(new E), ids))

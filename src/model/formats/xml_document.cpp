@@ -17,7 +17,12 @@ namespace nurex {
 
 namespace {
 
-std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+std::string quoted(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() + 2);
+  out.append(1, '"').append(text).append(1, '"');
+  return out;
+}
 
 bool readGzipFile(const std::string& fileName, std::string& text) {
   GzipInputBuffer gzip(fileName);
@@ -44,14 +49,12 @@ std::string textAt(const char* where) {
 }  // namespace
 
 std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName) {
-  std::string text;
-  if (endsWith(fileName, ".gz") ? !readGzipFile(fileName, text) : !readWholeFile(fileName, text)) return nullptr;
   auto input = std::make_unique<XmlInput>();
-  input->buffer.assign(text.begin(), text.end());
-  input->buffer.push_back('\0');
-  text = std::string();
+  std::string& text = input->buffer;
+  if (endsWith(fileName, ".gz") ? !readGzipFile(fileName, text) : !readWholeFile(fileName, text)) return nullptr;
+  // The string's own terminator ends the text for the parser, which writes into it in place.
   try {
-    input->document.parse<rapidxml::parse_validate_closing_tags>(input->buffer.data());
+    input->document.parse<rapidxml::parse_validate_closing_tags | rapidxml::parse_no_data_nodes>(input->buffer.data());
   } catch (const rapidxml::parse_error& e) {
     reportError("syntax error in an XML file: " + std::string(e.what()) + " (" + textAt(e.where<char>()) + ")");
     return nullptr;
@@ -152,6 +155,12 @@ bool readDecimal(const XmlNode* element, uint32_t minimum, uint32_t& out) {
   }
   out = static_cast<uint32_t>(value);
   return true;
+}
+
+void reserveXmlIds(const XmlNode* page, XmlIdMap& ids) {
+  size_t children = 0;
+  for (const XmlNode* child = page->first_node(); child; child = child->next_sibling()) ++children;
+  ids.reserve(ids.size() + children);
 }
 
 bool registerXmlId(const XmlNode* element, XmlIdKind kind, void* node, XmlIdMap& ids) {

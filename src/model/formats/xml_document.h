@@ -19,7 +19,7 @@ using XmlDocument = rapidxml::xml_document<char>;
 
 // The document and the buffer that its names and values point into; they live together.
 struct XmlInput {
-  std::vector<char> buffer;
+  std::string buffer;
   XmlDocument document;
 };
 
@@ -63,6 +63,8 @@ struct XmlId {
 };
 // Ids point into the document's buffer, so the keys need no copies.
 using XmlIdMap = std::unordered_map<std::string_view, XmlId>;
+// Room in the map for the ids of all children of `page`, which saves rehashing a large one.
+void reserveXmlIds(const XmlNode* page, XmlIdMap& ids);
 // Registers the element's `id`; reports a missing or repeated one.
 bool registerXmlId(const XmlNode* element, XmlIdKind kind, void* node, XmlIdMap& ids);
 // Looks up the id, of the given kind; "has not been declared" if absent or of another kind.
