@@ -5,6 +5,7 @@
 #include <ctime>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -52,78 +53,86 @@ std::vector<size_t> sample(Random& random, size_t count) {
   return positions;
 }
 
-// The count of true literals lies in [low, high]; each round fixes 300 distinct random
-// literals (a third of them true) in the temporary group and solves.
-Outcome counter_workload(int solver, uint64_t seed) {
+// One workload: the permanent constraint over the literals, the clauses of one round in
+// the temporary group, and the test of a model.
+struct Workload {
+  std::function<void(SatFormula&, const std::vector<Literal>&)> build;
+  std::function<void(SatFormula&, const std::vector<Literal>&, Random&)> round;
+  std::function<bool(SatFormula&, const std::vector<Literal>&)> valid;
+};
+
+Outcome run_workload(int solver, uint64_t seed, const Workload& workload) {
   Outcome outcome;
   double start = monotonicSeconds();
   SatFormula formula(solver, false, false);
-  BitVectorEncoder encoder(formula);
   std::vector<Literal> x;
   for (size_t i = 0; i < Literals; ++i) x.push_back(formula.new_literal(false));
-  const uint64_t low = 4000, high = 4100;
-  BitVector total = encoder.count(x);
-  encoder.assert_not_less(total, BitVectorEncoder::from_constant(low));
-  encoder.assert_less(total, BitVectorEncoder::from_constant(high + 1));
+  workload.build(formula, x);
   outcome.build = monotonicSeconds() - start;
   Random random(seed);
   start = monotonicSeconds();
   double cpu = cpuSeconds();
   for (int round = 0; round < Rounds; ++round) {
     formula.recreate_group(TemporaryGroup);
-    for (size_t i : sample(random, 300)) formula.add_unit(x[i] ^ (random.below(3) == 0 ? 0 : 1), TemporaryGroup);
+    workload.round(formula, x, random);
     if (!formula.solve()) continue;
     ++outcome.satisfiable;
-    uint64_t ones = 0;
-    for (Literal l : x) ones += formula.is_true(l);
-    outcome.valid = outcome.valid && ones >= low && ones <= high && encoder.value_in_model(total) == ones;
+    outcome.valid = outcome.valid && workload.valid(formula, x);
   }
   outcome.solve = monotonicSeconds() - start;
   outcome.solve_cpu = cpuSeconds() - cpu;
   return outcome;
 }
 
-// At most one of the 10,000 literals (the ladder); each round asks for one of 100 random
-// literals in the temporary group and forbids 2,000 others.
-Outcome at_most_one_workload(int solver, uint64_t seed) {
-  Outcome outcome;
-  double start = monotonicSeconds();
-  SatFormula formula(solver, false, false);
-  std::vector<Literal> x;
-  for (size_t i = 0; i < Literals; ++i) x.push_back(formula.new_literal(false));
-  formula.at_most_one(x, PermanentGroup);
-  outcome.build = monotonicSeconds() - start;
-  Random random(seed);
-  start = monotonicSeconds();
-  double cpu = cpuSeconds();
-  for (int round = 0; round < Rounds; ++round) {
-    formula.recreate_group(TemporaryGroup);
-    std::vector<Literal> some;
-    for (int k = 0; k < 100; ++k) some.push_back(x[random.below(Literals)]);
-    formula.add_clause(some, TemporaryGroup);
-    for (int k = 0; k < 2000; ++k) formula.add_unit(negate(x[random.below(Literals)]), TemporaryGroup);
-    if (!formula.solve()) continue;
-    ++outcome.satisfiable;
-    int ones = 0;
-    for (Literal l : x) ones += formula.is_true(l);
-    outcome.valid = outcome.valid && ones == 1;
-  }
-  outcome.solve = monotonicSeconds() - start;
-  outcome.solve_cpu = cpuSeconds() - cpu;
-  return outcome;
+size_t ones(SatFormula& formula, const std::vector<Literal>& x) {
+  size_t count = 0;
+  for (Literal l : x) count += formula.is_true(l);
+  return count;
 }
+
+// The count of true literals lies in [Low, High]; each round fixes 300 distinct random
+// literals (a third of them true).
+constexpr uint64_t Low = 4000, High = 4100;
+const Workload counter = {
+    [](SatFormula& formula, const std::vector<Literal>& x) {
+      BitVectorEncoder encoder(formula);
+      BitVector total = encoder.count(x);
+      encoder.assert_not_less(total, BitVectorEncoder::from_constant(Low));
+      encoder.assert_less(total, BitVectorEncoder::from_constant(High + 1));
+    },
+    [](SatFormula& formula, const std::vector<Literal>& x, Random& random) {
+      for (size_t i : sample(random, 300)) formula.add_unit(x[i] ^ (random.below(3) == 0 ? 0 : 1), TemporaryGroup);
+    },
+    [](SatFormula& formula, const std::vector<Literal>& x) {
+      size_t n = ones(formula, x);
+      return n >= Low && n <= High;
+    },
+};
+
+// At most one of the literals (the ladder); each round asks for one of 100 random literals
+// and forbids 2,000 others.
+const Workload at_most_one = {
+    [](SatFormula& formula, const std::vector<Literal>& x) { formula.at_most_one(x, PermanentGroup); },
+    [](SatFormula& formula, const std::vector<Literal>& x, Random& random) {
+      std::vector<Literal> some;
+      for (int k = 0; k < 100; ++k) some.push_back(x[random.below(Literals)]);
+      formula.add_clause(some, TemporaryGroup);
+      for (int k = 0; k < 2000; ++k) formula.add_unit(negate(x[random.below(Literals)]), TemporaryGroup);
+    },
+    [](SatFormula& formula, const std::vector<Literal>& x) { return ones(formula, x) == 1; },
+};
 
 double median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values[values.size() / 2];
 }
 
-void measure(const char* name, Outcome (*workload)(int, uint64_t), int runs) {
+void measure(const char* name, const Workload& workload, int runs) {
   for (int solver : {0, 1}) {
     std::vector<double> build, solve, solve_cpu;
     Outcome last;
     for (int run = 0; run < runs; ++run) {
-      last = workload(solver, 1);  // the same seed: every run solves the same sequence
+      last = run_workload(solver, 1, workload);  // the same seed: every run solves the same sequence
       build.push_back(last.build);
       solve.push_back(last.solve);
       solve_cpu.push_back(last.solve_cpu);
@@ -139,7 +148,7 @@ void measure(const char* name, Outcome (*workload)(int, uint64_t), int runs) {
 int main(int argc, char** argv) {
   int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 5;
   std::printf("SAT layer, %zu literals, %d groups replaced, median of %d runs\n", Literals, Rounds, runs);
-  measure("counter", counter_workload, runs);
-  measure("at_most_one", at_most_one_workload, runs);
+  measure("counter", counter, runs);
+  measure("at_most_one", at_most_one, runs);
   return 0;
 }
