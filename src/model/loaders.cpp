@@ -5,6 +5,7 @@
 
 #include "model/formats/readers.h"
 #include "platform/reporter.h"
+#include "unfold/g_unfolding.h"
 
 namespace nurex {
 
@@ -44,6 +45,14 @@ Unit* adopt(std::unique_ptr<Loaded> loaded) {
   return loaded ? Unit::adoptFrom(std::move(*loaded)) : nullptr;
 }
 
+// A .g net is unfolded in memory with the options of a re-unfolding.
+template <class Unit>
+Unit* loadUnfoldedG(const std::string& fileName, bool petriNetAccepted) {
+  LoadedUnit loaded;
+  if (!readUnfoldedG(fileName, petriNetAccepted, reUnfoldingOptions(), true, loaded)) return nullptr;
+  return adoptLoaded<Unit>(loaded);
+}
+
 }  // namespace
 
 // In the two Petri net groups a legacy file is always read as a Petri net: the STG
@@ -61,6 +70,7 @@ DeadlockUnit* loadDeadlockUnit(const std::string& fileName) {
   std::string extension = extensionOf(fileName);
   if (extension == "mci") return adopt<DeadlockUnit>(readPrefixMci(fileName));
   if (extension == "mp") return adopt<DeadlockUnit>(readMergedProcessMp(fileName));
+  if (extension == "g") return loadUnfoldedG<DeadlockUnit>(fileName, true);
   reportUnexpectedExtension(extension);
   return nullptr;
 }
@@ -76,6 +86,7 @@ ReachUnit* loadReachUnit(const std::string& fileName) {
   std::string extension = extensionOf(fileName);
   if (extension == "mci") return adopt<ReachUnit>(readPrefixMci(fileName));
   if (extension == "mp") return adopt<ReachUnit>(readMergedProcessMp(fileName));
+  if (extension == "g") return loadUnfoldedG<ReachUnit>(fileName, true);
   reportUnexpectedExtension(extension);
   return nullptr;
 }
@@ -88,6 +99,7 @@ StgUnit* loadStgUnit(const std::string& fileName) {
   }
   std::string extension = extensionOf(fileName);
   if (extension == "mci") return adopt<StgUnit>(readStgPrefixMci(fileName));
+  if (extension == "g") return loadUnfoldedG<StgUnit>(fileName, false);
   reportUnexpectedExtension(extension);
   return nullptr;
 }
