@@ -56,7 +56,7 @@ class MciReader {
   MciReader(const std::string& data, PetriNet& net, NodeList<Condition>& conditions, NodeList<Event>& events)
       : in_(data), size_(data.size()), net_(net), conditions_(conditions), events_(events) {}
 
-  // false: "incorrect syntax"; the size test reports its own error and sets notMci.
+  // False at the first fault; `notMci` tells a failed size test from a syntax fault.
   bool read(bool& notMci) {
     uint32_t conditionCount, eventCount;
     if (!in_.word(conditionCount) || !in_.word(eventCount)) return false;

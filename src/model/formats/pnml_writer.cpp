@@ -115,22 +115,23 @@ void writeCutOff(PnmlBuilder& b, XmlNode* node, const MpEvent* e) {
   if (e->isCutOff) b.textElement(node, "cut-off", "cut-off");
 }
 
+// A condition ("c") or event ("e"): its generated id, the same as its name, and the node of
+// the original net ("p" or "t") that it is an instance of.
+template <class Original>
+XmlNode* writePrefixNode(PnmlBuilder& b, XmlNode* page, char kind, uint32_t index, char originalKind,
+                         const Original* original) {
+  XmlNode* node = b.element(page, kind == 'c' ? "place" : "transition");
+  std::string name = id(kind, index);
+  b.attribute(node, "id", name);
+  b.textElement(node, "name", name);
+  b.attribute(b.textElement(node, "originalNode", original->name), "ref", id(originalKind, original->index));
+  return node;
+}
+
 template <class Unit>
 void writeUnitPage(PnmlBuilder& b, XmlNode* page, const Unit& unit) {
-  for (const auto* c : unit.conditions) {
-    XmlNode* node = b.element(page, "place");
-    b.attribute(node, "id", id('c', c->index));
-    b.textElement(node, "name", id('c', c->index));
-    b.attribute(b.textElement(node, "originalNode", c->place->name), "ref", id('p', c->place->index));
-    writeConditionDetails(b, node, c);
-  }
-  for (const auto* e : unit.events) {
-    XmlNode* node = b.element(page, "transition");
-    b.attribute(node, "id", id('e', e->index));
-    b.textElement(node, "name", id('e', e->index));
-    b.attribute(b.textElement(node, "originalNode", e->transition->name), "ref", id('t', e->transition->index));
-    writeCutOff(b, node, e);
-  }
+  for (const auto* c : unit.conditions) writeConditionDetails(b, writePrefixNode(b, page, 'c', c->index, 'p', c->place), c);
+  for (const auto* e : unit.events) writeCutOff(b, writePrefixNode(b, page, 'e', e->index, 't', e->transition), e);
   // Conditions beyond a cut-off that are in no list have no id, and no arc.
   for (const auto* e : unit.events)
     for (const auto* c : e->preset) b.arc(page, id('c', c->index), id('e', e->index));

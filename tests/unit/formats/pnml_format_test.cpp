@@ -68,6 +68,11 @@ TEST(PnmlFormat, TypeSelectsTheReader) {
   PnmlRead read = readText(replaced(choiceText(), "merged_process:low_level_net", "merged_process:STG"),
                            {AllTypes.begin(), AllTypes.begin() + 3});
   EXPECT_EQ(read.diagnostics, errorText("unexpected net type: merged_process:STG"));
+  // A table that held "low_level_net" would try an unknown type as one, and no reader serves it.
+  read = readText(replaced(toggleText(), "branching_process:STG", "petri"), {"low_level_net"});
+  EXPECT_FALSE(read.ok);
+  EXPECT_EQ(read.diagnostics, warningText("unexpected net type: petri; attempting to read as a low-level net") +
+                                  errorText("unexpected net type: low_level_net"));
 }
 
 TEST(PnmlFormat, CutOffFormsGiveTheCorrespondent) {

@@ -102,6 +102,14 @@ TEST(StgTextWriter, SaveChoosesTheWriterByName) {
     diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
     EXPECT_EQ(diagnostics, "") << name;
   }
+  // A prefix goes the same way, with "mci" for the legacy form.
+  StgPrefix prefix;
+  prefix.name = "empty";
+  std::string other = scratchPath("prefix.xml");
+  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(savePrefix(prefix, other)); });
+  EXPECT_EQ(diagnostics, warningText("unknown file extension: " + other));
+  EXPECT_NE(readBytes(other).find("<net type=\"branching_process:STG\">"), std::string::npos);
+
   std::string missing = scratchPath("no_dir/out.g");
   diagnostics = diagnosticsOf([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + missing + "\" for output"));
