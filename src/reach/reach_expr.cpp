@@ -43,7 +43,47 @@ void detachChildren(ReachExpr& expr, std::vector<ReachExprPtr>& out) {
              expr.payload);
 }
 
-ReachExprPtr cloneOrNull(const ReachExprPtr& expr) { return expr ? cloneReach(*expr) : nullptr; }
+// A copy still to make: the source node and the slot that receives it.
+using CopyWork = std::vector<std::pair<const ReachExpr*, ReachExprPtr*>>;
+
+void schedule(const ReachExprPtr& from, ReachExprPtr& to, CopyWork& work) {
+  if (from) work.emplace_back(from.get(), &to);
+}
+
+// The node without its children, whose copies are scheduled into its slots.
+ReachExprPtr copyShallow(const ReachExpr& source, CopyWork& work) {
+  ReachExprPtr copy = std::make_unique<ReachExpr>(source.tag, false);
+  std::visit(Overloaded{[&](const ReachUnary& u) {
+                          copy->payload = ReachUnary{u.level, nullptr};
+                          schedule(u.child, copy->unary().child, work);
+                        },
+                        [&](const ReachBinary& b) {
+                          copy->payload = ReachBinary{};
+                          schedule(b.left, copy->binary().left, work);
+                          schedule(b.right, copy->binary().right, work);
+                        },
+                        [&](const ReachTernary& t) {
+                          copy->payload = ReachTernary{};
+                          schedule(t.first, copy->ternary().first, work);
+                          schedule(t.second, copy->ternary().second, work);
+                          schedule(t.third, copy->ternary().third, work);
+                        },
+                        [&](const ReachList& l) {
+                          copy->payload = ReachList{nullptr, std::vector<ReachExprPtr>(l.items.size())};
+                          schedule(l.threshold, copy->list().threshold, work);
+                          for (size_t i = 0; i < l.items.size(); ++i) schedule(l.items[i], copy->list().items[i], work);
+                        },
+                        [&](const ReachBinder& b) {
+                          copy->payload = ReachBinder{nullptr, b.variable, nullptr, nullptr, nullptr};
+                          schedule(b.threshold, copy->binder().threshold, work);
+                          schedule(b.domain, copy->binder().domain, work);
+                          schedule(b.filter, copy->binder().filter, work);
+                          schedule(b.body, copy->binder().body, work);
+                        },
+                        [&](const auto& leaf) { copy->payload = leaf; }},
+             source.payload);
+  return copy;
+}
 
 }  // namespace
 
@@ -107,28 +147,16 @@ ReachExprPtr makeReachBinder(ReachTag tag, std::string variable, ReachExprPtr do
       tag, ReachBinder{std::move(threshold), std::move(variable), std::move(domain), std::move(filter), std::move(body)});
 }
 
+// Copies without recursion, for the same reason as the release.
 ReachExprPtr cloneReach(const ReachExpr& expr) {
-  ReachExpr::Payload copy = std::visit(
-      Overloaded{[](const ReachUnary& u) -> ReachExpr::Payload { return ReachUnary{u.level, cloneOrNull(u.child)}; },
-                 [](const ReachBinary& b) -> ReachExpr::Payload {
-                   return ReachBinary{cloneOrNull(b.left), cloneOrNull(b.right)};
-                 },
-                 [](const ReachTernary& t) -> ReachExpr::Payload {
-                   return ReachTernary{cloneOrNull(t.first), cloneOrNull(t.second), cloneOrNull(t.third)};
-                 },
-                 [](const ReachList& l) -> ReachExpr::Payload {
-                   ReachList out{cloneOrNull(l.threshold), {}};
-                   out.items.reserve(l.items.size());
-                   for (const ReachExprPtr& item : l.items) out.items.push_back(cloneOrNull(item));
-                   return out;
-                 },
-                 [](const ReachBinder& b) -> ReachExpr::Payload {
-                   return ReachBinder{cloneOrNull(b.threshold), b.variable, cloneOrNull(b.domain),
-                                      cloneOrNull(b.filter), cloneOrNull(b.body)};
-                 },
-                 [](const auto& leaf) -> ReachExpr::Payload { return leaf; }},
-      expr.payload);
-  return std::make_unique<ReachExpr>(expr.tag, std::move(copy));
+  ReachExprPtr root;
+  CopyWork work{{&expr, &root}};
+  while (!work.empty()) {
+    auto [source, slot] = work.back();
+    work.pop_back();
+    *slot = copyShallow(*source, work);
+  }
+  return root;
 }
 
 }  // namespace nurex

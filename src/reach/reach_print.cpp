@@ -50,162 +50,157 @@ static_assert(styles[ReachIn].priority == 95 && styles[ReachSubstring].priority 
 
 enum Side { LeftSide, RightSide };
 
-void print(const ReachExpr& expr, std::string& out);
+// What is left to print of one node, in reading order: texts, and children not yet
+// printed. The printer keeps a stack of these rather than recursing, so that the depth of a
+// tree (a long chain of `+` or `&` nests deeply) cannot exhaust the call stack.
+struct Part {
+  const ReachExpr* node;  // null for a text
+  std::string text;
+};
+using Parts = std::vector<Part>;
+
+void text(Parts& parts, std::string t) { parts.push_back({nullptr, std::move(t)}); }
+void node(Parts& parts, const ReachExpr& child) { parts.push_back({&child, {}}); }
 
 // A child of an operator: bracketed when it binds more loosely, or equally without the
 // associativity of its side.
-void printOperand(const ReachExpr& child, ReachTag parent, Side side, std::string& out) {
+void operand(Parts& parts, const ReachExpr& child, ReachTag parent, Side side) {
   int own = styles[child.tag].priority, outer = styles[parent].priority;
   Assoc needed = side == LeftSide ? AssocLeft : AssocRight;
   bool brackets = own < outer || (own == outer && styles[parent].assoc != needed);
-  if (brackets) out += '(';
-  print(child, out);
-  if (brackets) out += ')';
+  if (brackets) text(parts, "(");
+  node(parts, child);
+  if (brackets) text(parts, ")");
 }
 
-void printBool(const ReachExpr& e, std::string& out) { out += e.boolValue() ? "true" : "false"; }
-void printNumber(const ReachExpr& e, std::string& out) { out += std::to_string(e.number()); }
-void printStringConst(const ReachExpr& e, std::string& out) { out += quoteReachString(e.text()); }
-void printNodeRef(const ReachExpr& e, std::string& out) {
-  out += styles[e.tag].text;
-  out += std::to_string(e.nodeRef().number);
-}
-void printPlace(const ReachExpr& e, std::string& out) { out += std::get<const Place*>(e.payload)->name; }
-void printTransition(const ReachExpr& e, std::string& out) { out += std::get<const Transition*>(e.payload)->name; }
-void printSignal(const ReachExpr& e, std::string& out) { out += std::get<const Signal*>(e.payload)->name; }
-void printVariable(const ReachExpr& e, std::string& out) { out += e.text(); }
+void printBool(const ReachExpr& e, Parts& p) { text(p, e.boolValue() ? "true" : "false"); }
+void printNumber(const ReachExpr& e, Parts& p) { text(p, std::to_string(e.number())); }
+void printStringConst(const ReachExpr& e, Parts& p) { text(p, quoteReachString(e.text())); }
+void printNodeRef(const ReachExpr& e, Parts& p) { text(p, styles[e.tag].text + std::to_string(e.nodeRef().number)); }
+void printPlace(const ReachExpr& e, Parts& p) { text(p, std::get<const Place*>(e.payload)->name); }
+void printTransition(const ReachExpr& e, Parts& p) { text(p, std::get<const Transition*>(e.payload)->name); }
+void printSignal(const ReachExpr& e, Parts& p) { text(p, std::get<const Signal*>(e.payload)->name); }
+void printVariable(const ReachExpr& e, Parts& p) { text(p, e.text()); }
 
-void printPrefixOperand(const ReachExpr& child, std::string& out) {
-  if (styles[child.tag].priority < 98) {
-    out += '(';
-    print(child, out);
-    out += ')';
-  } else {
-    out += ' ';
-    print(child, out);
-  }
+// The operand of a prefix operator: in brackets right behind it when it binds more loosely,
+// else after a blank.
+void prefixOperand(Parts& p, const ReachExpr& child) {
+  bool brackets = styles[child.tag].priority < 98;
+  text(p, brackets ? "(" : " ");
+  node(p, child);
+  if (brackets) text(p, ")");
 }
 
-void printPrefix(const ReachExpr& e, std::string& out) {
-  out += styles[e.tag].text;
-  printPrefixOperand(*e.unary().child, out);
+void printPrefix(const ReachExpr& e, Parts& p) {
+  text(p, styles[e.tag].text);
+  prefixOperand(p, *e.unary().child);
 }
 
 // `$` and `@` repeat their sign once per configuration level.
-void printStateOperator(const ReachExpr& e, std::string& out) {
-  out.append(e.unary().level + 1, styles[e.tag].text[0]);
-  printPrefixOperand(*e.unary().child, out);
+void printStateOperator(const ReachExpr& e, Parts& p) {
+  text(p, std::string(e.unary().level + 1, styles[e.tag].text[0]));
+  prefixOperand(p, *e.unary().child);
 }
 
-void printNext(const ReachExpr& e, std::string& out) {
-  printOperand(*e.unary().child, e.tag, LeftSide, out);
-  out.append(e.unary().level + 1, '\'');
+void printNext(const ReachExpr& e, Parts& p) {
+  operand(p, *e.unary().child, e.tag, LeftSide);
+  text(p, std::string(e.unary().level + 1, '\''));
 }
 
-void printBinary(const ReachExpr& e, std::string& out) {
-  printOperand(*e.binary().left, e.tag, LeftSide, out);
-  out += ' ';
-  out += styles[e.tag].text;
-  out += ' ';
-  printOperand(*e.binary().right, e.tag, RightSide, out);
+void printBinary(const ReachExpr& e, Parts& p) {
+  operand(p, *e.binary().left, e.tag, LeftSide);
+  text(p, std::string(" ") + styles[e.tag].text + " ");
+  operand(p, *e.binary().right, e.tag, RightSide);
 }
 
 bool isNumber(const ReachExpr& e, bool (*test)(int32_t)) { return e.tag == ReachNumConst && test(e.number()); }
 
-void printSubstring(const ReachExpr& e, std::string& out) {
+void printSubstring(const ReachExpr& e, Parts& p) {
   const ReachTernary& t = e.ternary();
-  printOperand(*t.first, e.tag, LeftSide, out);
-  out += '[';
-  if (!isNumber(*t.second, [](int32_t v) { return v <= 0; })) print(*t.second, out);
-  out += "..";
-  if (!isNumber(*t.third, [](int32_t v) { return v == ReachNoUpperBound; })) print(*t.third, out);
-  out += ']';
+  operand(p, *t.first, e.tag, LeftSide);
+  text(p, "[");
+  if (!isNumber(*t.second, [](int32_t v) { return v <= 0; })) node(p, *t.second);
+  text(p, "..");
+  if (!isNumber(*t.third, [](int32_t v) { return v == ReachNoUpperBound; })) node(p, *t.third);
+  text(p, "]");
 }
 
-void printConditional(const ReachExpr& e, std::string& out) {
+void printConditional(const ReachExpr& e, Parts& p) {
   const ReachTernary& t = e.ternary();
-  printOperand(*t.first, e.tag, LeftSide, out);
-  out += " ? ";
-  printOperand(*t.second, e.tag, RightSide, out);
-  out += " : ";
-  printOperand(*t.third, e.tag, RightSide, out);
+  operand(p, *t.first, e.tag, LeftSide);
+  text(p, " ? ");
+  operand(p, *t.second, e.tag, RightSide);
+  text(p, " : ");
+  operand(p, *t.third, e.tag, RightSide);
 }
 
-void printJunction(const ReachExpr& e, std::string& out) {
+void printJunction(const ReachExpr& e, Parts& p) {
   const std::vector<ReachExprPtr>& items = e.list().items;
   for (size_t i = 0; i < items.size(); ++i) {
-    if (i) {
-      out += ' ';
-      out += styles[e.tag].text;
-      out += ' ';
-    }
-    printOperand(*items[i], e.tag, i ? RightSide : LeftSide, out);
+    if (i) text(p, std::string(" ") + styles[e.tag].text + " ");
+    operand(p, *items[i], e.tag, i ? RightSide : LeftSide);
   }
 }
 
-void printItems(const std::vector<ReachExprPtr>& items, std::string& out) {
+void printItems(const std::vector<ReachExprPtr>& items, Parts& p) {
   for (size_t i = 0; i < items.size(); ++i) {
-    if (i) out += ", ";
-    print(*items[i], out);
+    if (i) text(p, ", ");
+    node(p, *items[i]);
   }
 }
 
-void printThresholdValue(const ReachExpr& threshold, std::string& out) {
-  out += "threshold[";
-  print(threshold, out);
-  out += ']';
+void printThresholdValue(const ReachExpr& threshold, Parts& p) {
+  text(p, "threshold[");
+  node(p, threshold);
+  text(p, "]");
 }
 
-void printThresholdList(const ReachExpr& e, std::string& out) {
-  printThresholdValue(*e.list().threshold, out);
-  out += '(';
-  printItems(e.list().items, out);
-  out += ')';
+void printThresholdList(const ReachExpr& e, Parts& p) {
+  printThresholdValue(*e.list().threshold, p);
+  text(p, "(");
+  printItems(e.list().items, p);
+  text(p, ")");
 }
 
-void printSet(const ReachExpr& e, std::string& out) {
-  out += '{';
-  printItems(e.list().items, out);
-  out += '}';
+void printSet(const ReachExpr& e, Parts& p) {
+  text(p, "{");
+  printItems(e.list().items, p);
+  text(p, "}");
 }
 
 // Everything behind the keyword of a quantifier: variable, domain, filter unless true, body.
-void printBinding(const ReachBinder& b, std::string& out) {
-  out += ' ';
-  out += b.variable;
-  out += " in ";
-  print(*b.domain, out);
+void printBinding(const ReachBinder& b, Parts& p) {
+  text(p, " " + b.variable + " in ");
+  node(p, *b.domain);
   if (!(b.filter->tag == ReachBoolConst && b.filter->boolValue())) {
-    out += " s.t. ";
-    print(*b.filter, out);
+    text(p, " s.t. ");
+    node(p, *b.filter);
   }
-  out += " { ";
-  print(*b.body, out);
-  out += " }";
+  text(p, " { ");
+  node(p, *b.body);
+  text(p, " }");
 }
 
-void printQuantifier(const ReachExpr& e, std::string& out) {
-  out += styles[e.tag].text;
-  printBinding(e.binder(), out);
+void printQuantifier(const ReachExpr& e, Parts& p) {
+  text(p, styles[e.tag].text);
+  printBinding(e.binder(), p);
 }
 
-void printThresholdQuantifier(const ReachExpr& e, std::string& out) {
-  printThresholdValue(*e.binder().threshold, out);
-  printBinding(e.binder(), out);
+void printThresholdQuantifier(const ReachExpr& e, Parts& p) {
+  printThresholdValue(*e.binder().threshold, p);
+  printBinding(e.binder(), p);
 }
 
-void printLet(const ReachExpr& e, std::string& out) {
+void printLet(const ReachExpr& e, Parts& p) {
   const ReachBinder& b = e.binder();
-  out += "let ";
-  out += b.variable;
-  out += " = ";
-  print(*b.domain, out);
-  out += " { ";
-  print(*b.body, out);
-  out += " }";
+  text(p, "let " + b.variable + " = ");
+  node(p, *b.domain);
+  text(p, " { ");
+  node(p, *b.body);
+  text(p, " }");
 }
 
-using PrintHandler = void (*)(const ReachExpr&, std::string&);
+using PrintHandler = void (*)(const ReachExpr&, Parts&);
 
 constexpr PrintHandler P = printPrefix;
 constexpr PrintHandler B = printBinary;
@@ -233,15 +228,24 @@ constexpr bool allHandlersSet() {
 }
 static_assert(allHandlersSet(), "every node kind needs a print handler");
 
-void print(const ReachExpr& expr, std::string& out) { printHandlers[expr.tag](expr, out); }
-
 }  // namespace
 
 int reachPriority(ReachTag tag) { return styles[tag].priority; }
 
 std::string printReach(const ReachExpr& expr) {
   std::string out;
-  print(expr, out);
+  Parts pending{{&expr, {}}}, parts;
+  while (!pending.empty()) {
+    Part top = std::move(pending.back());
+    pending.pop_back();
+    if (!top.node) {
+      out += top.text;
+      continue;
+    }
+    parts.clear();
+    printHandlers[top.node->tag](*top.node, parts);
+    for (auto it = parts.rbegin(); it != parts.rend(); ++it) pending.push_back(std::move(*it));
+  }
   return out;
 }
 

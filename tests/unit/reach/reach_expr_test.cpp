@@ -159,11 +159,15 @@ TEST(ReachTree, CopiesAreDeepAndIndependent) {
   EXPECT_EQ(printReach(*copy), "false & \"ab\"[1..] = string {1}");
 }
 
-TEST(ReachTree, DeepTreesAreReleasedWithoutRecursion) {
+TEST(ReachTree, DeepTreesAreCopiedPrintedAndReleasedWithoutRecursion) {
   ReachExprPtr chain = makeReachBool(true);
   for (int i = 0; i < 300000; ++i) chain = makeReachUnary(ReachNot, std::move(chain));
+  ReachExprPtr copy = cloneReach(*chain);
+  std::string printed = printReach(*copy);
+  EXPECT_EQ(printed.size(), 300000u * 2 + 4);
+  EXPECT_EQ(printed.substr(printed.size() - 8), "~ ~ true");
   chain.reset();
-  SUCCEED();
+  copy.reset();
 }
 
 TEST(ReachScopeTable, InnerBindingsHideOuterOnesUntilClosed) {

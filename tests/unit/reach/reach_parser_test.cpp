@@ -464,6 +464,7 @@ TEST(ReachGolden, LongChainsBuildAndRelease) {
   Outcome o = parse(text + " > 0");
   ASSERT_TRUE(o.tree);
   EXPECT_EQ(o.tree->tag, ReachGreater);
+  EXPECT_EQ(printReach(*o.tree).size(), 2 * text.size() + 3);  // "1 + 1 ... + 1 > 0"
 }
 
 TEST(ReachProperty, ReadsFileNamedAfterAt) {
