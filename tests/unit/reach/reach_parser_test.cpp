@@ -74,6 +74,9 @@ TEST(ReachGolden, PrecedenceAndPrinting) {
       {"true ? false : true ? false : true", "true ? false : (true ? false : true)"},
       {"(true ? false : true) ? false : true", "true ? false : true ? false : true"},
       {"true ? false & true : false", "true ? false & true : false"},
+      {"true ? true ? false : true : false", "true ? (true ? false : true) : false"},
+      {"true ? false : true & false", "true ? false : true & false"},
+      {"(true ? false : true) & false", "(true ? false : true) & false"},
       {"true & false -> true", "(true & false) -> true"},
       // `->` prints at priority 98, so below `&` it carries no brackets.
       {"(true -> false) & true", "true -> false & true"},
