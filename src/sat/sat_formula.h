@@ -87,6 +87,8 @@ class SatFormula {
   // Writes formula.cnf under store_cnf_formula, solves, adds the time to globalSatTime;
   // a failure of the engine is reported and answers false.
   bool solve();
+  // The value in the last model; read it before adding clauses (solver 0 forgets the model
+  // as soon as the instance changes).
   TernaryValue value(Literal l) const;
   bool is_true(Literal l) const { return value(l) == ValueTrue; }
 
