@@ -88,23 +88,28 @@ bool checkInitialSafety(const Unit& unit) {
   return true;
 }
 
-template <class Unit>
-bool checkEmptyPresets(const Unit& unit) {
+// "the net contains N transition(s) with empty <side>: e.., e..", or "" when none has.
+template <class Unit, class Side>
+std::string emptySideMessage(const Unit& unit, Side side, const char* name) {
   std::vector<uint32_t> found;
   for (const auto* e : unit.events)
-    if (e->preset.empty()) found.push_back(e->index);
-  if (found.empty()) return true;
-  reportError("the net contains " + std::to_string(found.size()) + " transition(s) with empty preset: " + joinNames(found, eventName));
-  return false;
+    if ((e->*side).empty()) found.push_back(e->index);
+  if (found.empty()) return "";
+  return "the net contains " + std::to_string(found.size()) + " transition(s) with empty " + name + ": " +
+         joinNames(found, eventName);
+}
+
+template <class Unit>
+bool checkEmptyPresets(const Unit& unit) {
+  std::string message = emptySideMessage(unit, &Unit::EventType::preset, "preset");
+  if (!message.empty()) reportError(message);
+  return message.empty();
 }
 
 template <class Unit>
 void checkEmptyPostsets(const Unit& unit) {
-  std::vector<uint32_t> found;
-  for (const auto* e : unit.events)
-    if (e->postset.empty()) found.push_back(e->index);
-  if (!found.empty())
-    reportWarning("the net contains " + std::to_string(found.size()) + " transition(s) with empty postset: " + joinNames(found, eventName));
+  std::string message = emptySideMessage(unit, &Unit::EventType::postset, "postset");
+  if (!message.empty()) reportWarning(message);
 }
 
 template <class Unit>
