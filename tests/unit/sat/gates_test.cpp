@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "sat/gate_normalise.h"
 #include "sat/guarded_solver.h"
 #include "sat/sat_formula.h"
 #include "sat_test_support.h"
@@ -150,31 +149,6 @@ TEST(SatGates, FoldedGatesCreateNoVariable) {
   EXPECT_EQ(formula.make_gate(GateLiteral, {negate(z)}, 0, 0), negate(z));
   EXPECT_EQ(formula.engine().num_variables(), 2u);
   EXPECT_EQ(formula.engine().num_clauses(), 0u);
-}
-
-TEST(SatGates, NormalisationRewritesKinds) {
-  Literal a = 2, b = 4, c = 6;
-  auto normal = [](GateKind kind, std::vector<Literal> children) {
-    NormalGate gate(kind, children);
-    normalise_gate(gate);
-    return gate;
-  };
-  NormalGate ite = normal(GateIte, {a, b, negate(b)});
-  EXPECT_EQ(ite.kind, GateXor);
-  NormalGate ite_and = normal(GateIte, {a, LiteralFalse, c});
-  EXPECT_EQ(ite_and.kind, GateAnd);
-  EXPECT_EQ(ite_and.children, (std::vector<Literal>{a, c}));
-  NormalGate maj_or = normal(GateMaj, {c, LiteralTrue, a});
-  EXPECT_EQ(maj_or.kind, GateOr);
-  EXPECT_EQ(maj_or.children, (std::vector<Literal>{a, c}));
-  NormalGate xnor = normal(GateEqual, {b, a});
-  EXPECT_EQ(xnor.kind, GateXor);
-  EXPECT_TRUE(xnor.inverted);
-  NormalGate xor_signs = normal(GateXor, {negate(c), a, negate(b)});
-  EXPECT_EQ(xor_signs.children, (std::vector<Literal>{a, b, c}));
-  EXPECT_FALSE(xor_signs.inverted);  // two negations cancel
-  NormalGate sorted = normal(GateAnd, {c, a, b, a});
-  EXPECT_EQ(sorted.children, (std::vector<Literal>{a, b, c}));
 }
 
 // ITE's consensus clauses, the half adder's and the full adder's extra clauses are
