@@ -71,12 +71,17 @@ std::string unescape(const std::string& text) {
   return out;
 }
 
-// Blocks are lines up to the next "--- " or "=== " line; a line "\ no newline" drops the
-// newline before it, and the blank line that separates two cases is not content.
+// Blocks are lines up to the next "--- ", "=== " or "#" line (so expected text never starts
+// with "#"); a line "\ no newline" drops the newline before it, and the blank line that
+// separates two cases is not content.
+bool endsBlock(const std::string& line) {
+  return line.rfind("--- ", 0) == 0 || line.rfind("=== ", 0) == 0 || line.rfind("#", 0) == 0;
+}
+
 std::string readBlock(const std::vector<std::string>& lines, size_t& i) {
   std::string text;
   bool lastBlank = false;
-  for (; i < lines.size() && lines[i].rfind("--- ", 0) != 0 && lines[i].rfind("=== ", 0) != 0; ++i) {
+  for (; i < lines.size() && !endsBlock(lines[i]); ++i) {
     lastBlank = lines[i].empty();
     if (lines[i] == "\\ no newline") {
       if (!text.empty()) text.pop_back();
@@ -84,7 +89,7 @@ std::string readBlock(const std::vector<std::string>& lines, size_t& i) {
     }
     text += lines[i] + "\n";
   }
-  if (lastBlank && (i == lines.size() || lines[i].rfind("=== ", 0) == 0)) text.pop_back();
+  if (lastBlank && (i == lines.size() || lines[i].rfind("--- ", 0) != 0)) text.pop_back();
   return text;
 }
 
