@@ -19,11 +19,20 @@
 
 namespace nurex::test {
 
-inline std::string scratchPath(const std::string& name) {
-  auto dir = std::filesystem::temp_directory_path() / ("nurex_formats_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(dir);
-  return (dir / name).string();
+// A directory of this process for written files, removed when the tests end.
+inline const std::filesystem::path& scratchDirectory() {
+  static struct Scratch {
+    std::filesystem::path dir = std::filesystem::temp_directory_path() / ("nurex_formats_" + std::to_string(::getpid()));
+    Scratch() { std::filesystem::create_directories(dir); }
+    ~Scratch() {
+      std::error_code ignored;
+      std::filesystem::remove_all(dir, ignored);
+    }
+  } scratch;
+  return scratch.dir;
 }
+
+inline std::string scratchPath(const std::string& name) { return (scratchDirectory() / name).string(); }
 
 inline std::string dataPath(const std::string& name) { return std::string(NUREX_SOURCE_DIR) + "/tests/data/formats/" + name; }
 
