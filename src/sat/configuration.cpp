@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/options.h"
 #include "platform/reporter.h"
 
 namespace nurex {
@@ -354,6 +355,46 @@ std::vector<typename Unit::EventType*> ConfigurationVariables<Unit>::events_in_m
   }
   return events;
 }
+
+template <class Unit>
+void add_ordered_inclusion(ConfigurationVariables<Unit>& c1, ConfigurationVariables<Unit>& c2, int group) {
+  for (const auto* e : c1.unit.events)
+    if (!eventIsCutOff(e)) c1.formula.add_binary(negate(c1.event_in(e)), c2.event_in(e), group);
+}
+
+template <class Unit>
+Literal add_unordered_inclusion(ConfigurationVariables<Unit>& c1, ConfigurationVariables<Unit>& c2, int group) {
+  SatFormula& formula = c1.formula;
+  Literal d = formula.new_literal(false);
+  for (const auto* e : c1.unit.events) {
+    if (eventIsCutOff(e)) continue;
+    Literal in1 = c1.event_in(e), in2 = c2.event_in(e);
+    formula.add_clause({negate(in1), in2, negate(d)}, group);
+    formula.add_clause({in1, negate(in2), d}, group);
+  }
+  return d;
+}
+
+template <class Unit>
+bool is_conflict_free(const Unit& unit) {
+  return std::all_of(unit.conditions.begin(), unit.conditions.end(), [](const auto* c) { return c->postset.size() <= 1; });
+}
+
+void resolve_inclusion_constraints(OptionMap& options, bool conflict_free) {
+  if (options["inclusion_constraints"] != -1) return;
+  options["inclusion_constraints"] = conflict_free ? 1 : 0;
+  if (conflict_free) printTo(stdout, "\nThe net is (dynamically) conflict-free: optimized method is used.");
+}
+
+#define NUREX_INSTANTIATE_INCLUSION(Unit)                                                                     \
+  template void add_ordered_inclusion(ConfigurationVariables<Unit>&, ConfigurationVariables<Unit>&, int);     \
+  template Literal add_unordered_inclusion(ConfigurationVariables<Unit>&, ConfigurationVariables<Unit>&, int); \
+  template bool is_conflict_free(const Unit&);
+NUREX_INSTANTIATE_INCLUSION(PetriNetPrefix)
+NUREX_INSTANTIATE_INCLUSION(StgPrefix)
+NUREX_INSTANTIATE_INCLUSION(PetriNetMergedProcess)
+NUREX_INSTANTIATE_INCLUSION(StgMergedProcess)
+#undef NUREX_INSTANTIATE_INCLUSION
 
 template class ConfigurationVariables<PetriNetPrefix>;
 template class ConfigurationVariables<StgPrefix>;

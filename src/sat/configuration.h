@@ -66,6 +66,20 @@ class ConfigurationVariables {
 template <class Unit>
 std::vector<bool> conflict_skip_set(const Unit& unit, bool producers);
 
+// Inclusion constraints between two records over one formula. Ordered: C1 is a subset of C2.
+// Unordered: returns a fresh d; d true means C1 is a subset of C2, d false the converse.
+template <class Unit>
+void add_ordered_inclusion(ConfigurationVariables<Unit>& c1, ConfigurationVariables<Unit>& c2, int group);
+template <class Unit>
+Literal add_unordered_inclusion(ConfigurationVariables<Unit>& c1, ConfigurationVariables<Unit>& c2, int group);
+
+// No condition has more than one consumer.
+template <class Unit>
+bool is_conflict_free(const Unit& unit);
+// Replaces an `inclusion_constraints` of -1 by 1 for a conflict-free process (with its
+// message on stdout) and by 0 otherwise.
+void resolve_inclusion_constraints(OptionMap& options, bool conflict_free);
+
 bool isInitialCondition(const Condition* c);
 bool isInitialCondition(const MpCondition* c);
 

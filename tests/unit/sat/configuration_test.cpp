@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
+
+#include "platform/options.h"
 
 #include "support/capture.h"
 #include "support/prefix_builder.h"
@@ -118,6 +121,63 @@ TEST(ConfigurationEncoding, SelfSupportingPairOnlyWithoutAcyclicity) {
   b.event(t, {y}, {x});
   EXPECT_EQ(configurations(b.process), (Sets{{}}));
   EXPECT_EQ(configurations(b.process, true, true), (Sets{{}, {0, 1}}));
+}
+
+// Pairs of configurations (C1, C2) of a process with two concurrent events, under an
+// inclusion constraint of either form.
+std::set<std::pair<std::vector<uint32_t>, std::vector<uint32_t>>> pairs(bool ordered) {
+  PrefixBuilder<PetriNet> b;
+  Transition* t = b.transition("t");
+  b.step(t, b.condition(b.place("p")), b.place("q"));
+  b.step(t, b.condition(b.place("r")), b.place("s"));
+  SatFormula formula(1, false, false);
+  ConfigurationVariables<PetriNetPrefix> c1(formula, b.prefix, false), c2(formula, b.prefix, false);
+  c1.encode_base(PermanentGroup, true, false);
+  c2.encode_base(PermanentGroup, true, false);
+  if (ordered) add_ordered_inclusion(c1, c2, PermanentGroup);
+  else add_unordered_inclusion(c1, c2, PermanentGroup);
+  std::vector<Literal> projection;
+  c1.projection(projection);
+  c2.projection(projection);
+  std::set<std::pair<std::vector<uint32_t>, std::vector<uint32_t>>> found;
+  auto numbers = [](const auto& events) {
+    std::vector<uint32_t> out;
+    for (const auto* e : events) out.push_back(e->index);
+    return out;
+  };
+  formula.enumerate(projection, 0, [&](const TernaryVector&) {
+    found.insert({numbers(c1.events_in_model()), numbers(c2.events_in_model())});
+  }, -1);
+  return found;
+}
+
+TEST(ConfigurationEncoding, InclusionConstraints) {
+  auto ordered = pairs(true);
+  EXPECT_EQ(ordered.size(), 9u);  // subset pairs of a 2-element set
+  for (const auto& [a, b] : ordered) EXPECT_TRUE(std::includes(b.begin(), b.end(), a.begin(), a.end()));
+  auto unordered = pairs(false);
+  EXPECT_EQ(unordered.size(), 14u);  // comparable pairs: 9 + 9 - 4 equal ones
+  for (const auto& [a, b] : unordered)
+    EXPECT_TRUE(std::includes(b.begin(), b.end(), a.begin(), a.end()) || std::includes(a.begin(), a.end(), b.begin(), b.end()));
+}
+
+TEST(ConfigurationEncoding, ConflictFreeResolvesInclusionConstraints) {
+  PrefixBuilder<PetriNet> b;
+  Condition* c = b.condition(b.place("p"));
+  b.event(b.transition("t"), {c});
+  EXPECT_TRUE(is_conflict_free(b.prefix));
+  b.event(b.transition("u"), {c});
+  EXPECT_FALSE(is_conflict_free(b.prefix));  // two consumers, whether or not ever enabled together
+
+  OptionMap options;
+  testing::internal::CaptureStdout();
+  resolve_inclusion_constraints(options, true);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "\nThe net is (dynamically) conflict-free: optimized method is used.");
+  EXPECT_EQ(options["inclusion_constraints"], 1);
+  OptionMap other;
+  other["inclusion_constraints"] = -1;
+  resolve_inclusion_constraints(other, false);
+  EXPECT_EQ(other["inclusion_constraints"], 0);
 }
 
 }  // namespace
