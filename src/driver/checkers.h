@@ -2,8 +2,11 @@
 // evaluation of cost coefficients for STG units.
 #pragma once
 
+#include <type_traits>
+
 #include "driver/mode_frame.h"
 #include "reach/coefficients.h"
+#include "verify/conflicts.h"
 #include "verify/deadlock.h"
 
 namespace nurex {
@@ -12,6 +15,8 @@ namespace nurex {
 template <int Mode, class U>
 constexpr ModeFactory<U> checkerFactory() {
   if constexpr (Mode == 1) return &makeDeadlockMode<U>;
+  else if constexpr (Mode == 4 && std::is_same_v<U, StgPrefix>) return &makeUscMode;
+  else if constexpr (Mode == 5 && std::is_same_v<U, StgPrefix>) return &makeCscMode;
   else return nullptr;
 }
 

@@ -1,0 +1,287 @@
+// USC and CSC conflict detection over two configuration records with equal codes. Method 1
+// asks in one formula that some item differ; method 2 takes the items one by one, the item
+// constraint alone changing between solver calls.
+#include "verify/conflicts.h"
+
+#include <algorithm>
+
+#include "platform/reporter.h"
+
+namespace nurex {
+
+namespace {
+
+const char* const ConflictFreeMessage = "\nThe net is (dynamically) conflict-free: optimized method is used.";
+const char* const DummyCutOffWarning = "there are dummy cut-offs; the result will not be reliable";
+const char* const InclusionWarning = "+l is valid only for (dynamically) conflict-free nets; the result may be incorrect";
+
+}  // namespace
+
+void ConflictSolution::print(FILE* stream, ResultForm form) const {
+  Solution::print(stream, form);
+  if (signal) printTo(stream, "\nConflict for signal %s\n", signal->name.c_str());
+}
+
+ConflictMode::ConflictMode(const StgPrefix& prefix, const OptionMap& given, bool csc, bool warn_dummy_cutoffs)
+    : Base(prefix, given), csc(csc), conflict_free(prefixIsConflictFree(prefix)), signals(prefix) {
+  if (options["inclusion_constraints"] == -1) {
+    if (conflict_free) printTo(stdout, "%s", ConflictFreeMessage);
+    options["inclusion_constraints"] = conflict_free ? 1 : 0;
+  }
+  if (options["method"] == 0) options["method"] = 2;
+  if (warn_dummy_cutoffs && signals.ok() && hasDummyCutOffs(prefix)) reportWarning(DummyCutOffWarning);
+}
+
+std::string ConflictMode::message_if_found() const {
+  return csc ? "CSC conflict has been detected" : "USC conflict has been detected";
+}
+std::string ConflictMode::message_if_none() const {
+  return csc ? "there are no CSC conflicts" : "there are no USC conflicts";
+}
+
+void ConflictMode::build_instance(int group) {
+  Configuration& first = first_record();
+  Configuration& second = second_record();
+  first.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
+  second.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
+  if (options["no_max_dummies"] != 0) {
+    forbid_maximal_dummies(first, group);
+    forbid_maximal_dummies(second, group);
+  }
+  equal_codes(group);
+  if (options["inclusion_constraints"] == 1) {
+    if (!conflict_free) reportWarning(InclusionWarning);
+    order_configurations(first, second, group);
+  }
+  if (method() == 1) difference_constraint(group);
+  cores_at_build_ = known_cores_.size();
+  for (size_t i = 0; i < cores_at_build_; ++i) exclude_core(known_cores_[i], ItemGroup);
+}
+
+// A state seen from outside is never one with a dummy event pending at the end: a dummy
+// event in the configuration needs some consumer of its postset there too.
+void ConflictMode::forbid_maximal_dummies(Configuration& record, int group) {
+  std::vector<Literal> clause;
+  for (const Event* e : unit.events) {
+    const Signal* s = e->transition->signal;
+    if (eventIsCutOff(e) || (s && s->kind != SignalDummy)) continue;
+    clause.assign(1, negate(record.event_in(e)));
+    for (const Condition* c : e->postset)
+      for (const Event* f : c->postset) clause.push_back(record.event_in(f));
+    formula.add_clause(clause, group);
+  }
+}
+
+void ConflictMode::equal_codes(int group) {
+  for (const Signal* s : unit.signals) {
+    if (s->kind == SignalDummy) continue;
+    Literal a = signals.code(first_record(), s, 0), b = signals.code(second_record(), s, 0);
+    formula.add_binary(negate(a), b, group);
+    formula.add_binary(a, negate(b), group);
+  }
+}
+
+// The difference is symmetric except for -C by items, where the two records play different
+// roles (off, then on), so only that case needs the unordered form.
+void ConflictMode::order_configurations(Configuration& first, Configuration& second, int group) {
+  add_inclusion(first, second, !csc || method() == 1, group);
+}
+
+void ConflictMode::add_inclusion(Configuration& first, Configuration& second, bool ordered, int group) {
+  Literal d = ordered ? LiteralTrue : formula.new_literal(false);
+  for (const Event* e : unit.events) {
+    if (eventIsCutOff(e)) continue;
+    Literal a = first.event_in(e), b = second.event_in(e);
+    formula.add_clause({negate(a), b, negate(d)}, group);
+    if (!ordered) formula.add_clause({a, negate(b), d}, group);
+  }
+}
+
+void ConflictMode::difference_constraint(int group) {
+  std::vector<Literal> differs;
+  if (csc) {
+    for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin; ++i) {
+      const Signal* s = unit.signals[i];
+      Literal pair[2] = {signals.enabled(first_record(), s, 0), signals.enabled(second_record(), s, 0)};
+      differs.push_back(formula.make_gate(GateXor, pair, PermanentGroup, +1));
+    }
+  } else {
+    std::vector<bool> hasConditions(unit.places.size(), false);
+    for (const Condition* c : unit.conditions) hasConditions[c->place->index] = true;
+    for (const Place* p : unit.places) {
+      if (!hasConditions[p->index]) continue;
+      Literal pair[2] = {first_record().place_marked(p, 0), second_record().place_marked(p, 0)};
+      differs.push_back(formula.make_gate(GateXor, pair, PermanentGroup, +1));
+    }
+  }
+  formula.add_clause(differs, group);
+}
+
+uint32_t ConflictMode::first_item() const { return csc ? unit.outputsBegin : 0; }
+uint32_t ConflictMode::end_item() const { return csc ? unit.dummiesBegin : static_cast<uint32_t>(unit.places.size()); }
+
+void ConflictMode::item_constraint(int group) {
+  if (csc) {
+    const Signal* s = unit.signals[item];
+    formula.add_unit(negate(signals.enabled(first_record(), s, -1)), group);
+    formula.add_unit(signals.enabled(second_record(), s, +1), group);
+  } else {
+    const Place* p = unit.places[item];
+    formula.add_unit(negate(first_record().place_marked(p, -1)), group);
+    formula.add_unit(second_record().place_marked(p, +1), group);
+  }
+}
+
+void ConflictMode::select_item(uint32_t x) {
+  if (item >= 0) {
+    formula.recreate_group(ItemGroup);
+    for (size_t i = 0; i < cores_at_build_; ++i) exclude_core(known_cores_[i], ItemGroup);
+  }
+  item = x;
+  item_constraint(ItemGroup);
+}
+
+namespace {
+
+// Literals of which one is true exactly when the record's configuration is not `events`:
+// an event of it is missing, or one of its direct extensions is present. Any larger
+// configuration holds a direct extension, so nothing else is needed.
+void differsFrom(StgConfiguration& record, const std::vector<const Event*>& events, std::vector<Literal>& out) {
+  const StgPrefix& prefix = record.unit;
+  std::vector<bool> in(prefix.events.size(), false);
+  for (const Event* e : events) {
+    in[e->index] = true;
+    out.push_back(negate(record.event_in(e)));
+  }
+  for (const Event* f : prefix.events) {
+    if (in[f->index] || eventIsCutOff(f)) continue;
+    if (std::all_of(f->preset.begin(), f->preset.end(),
+                    [&](const Condition* c) { return !c->producer || in[c->producer->index]; }))
+      out.push_back(record.event_in(f));
+  }
+}
+
+}  // namespace
+
+void ConflictMode::exclude_core(const ConfigurationPair& core, int group) {
+  std::vector<Literal> clause;
+  differsFrom(first_record(), core.first, clause);
+  differsFrom(second_record(), core.second, clause);
+  formula.add_clause(clause, group);
+  clause.clear();
+  differsFrom(first_record(), core.second, clause);
+  differsFrom(second_record(), core.first, clause);
+  formula.add_clause(clause, group);
+}
+
+ConfigurationPair ConflictMode::model_pair() const {
+  ConfigurationPair pair;
+  for (const Event* e : configurations[0]->events_in_model()) pair.first.push_back(e);
+  for (const Event* e : configurations[1]->events_in_model()) pair.second.push_back(e);
+  return pair;
+}
+
+bool ConflictMode::is_conflict_of(const FinalState& first, const FinalState& second) const {
+  if (!codesEqual(first, second)) return false;
+  return csc ? localExcitationDiffers(unit, first, second) : first.marking != second.marking;
+}
+
+const Signal* ConflictMode::differing_local_signal(const FinalState& first, const FinalState& second) const {
+  for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin; ++i)
+    if (first.enabled[i] != second.enabled[i]) return unit.signals[i];
+  return nullptr;
+}
+
+bool ConflictMode::validate(const Solution& solution) {
+  if (!Base::validate(solution)) return false;
+  const auto& traces = solution.traces;
+  if (traces.size() != 2 || !is_conflict_of(finalStateOf(unit, traces[0]), finalStateOf(unit, traces[1]))) {
+    reportError(csc ? "CSC conflict check failed" : "USC conflict check failed");
+    return false;
+  }
+  return true;
+}
+
+void ConflictMode::add_solution() {
+  auto solution = std::make_unique<ConflictSolution>(options["output_configurations"] != 0);
+  collect_solution(*solution);
+  if (csc) {
+    if (item >= 0) solution->signal = unit.signals[item];
+    else solution->signal = differing_local_signal(finalStateOf(unit, solution->traces[0]),
+                                                   finalStateOf(unit, solution->traces[1]));
+  }
+  if (!validate(*solution)) return;
+  if (all_solutions == 0) solutions.clear();
+  solutions.push_back(std::move(solution));
+}
+
+bool ConflictMode::solve_first() {
+  if (!signals.ok() || raiseStatus(0) >= StatusError) return false;
+  if (method() == 1) return Base::solve_first();
+  build_instance(PermanentGroup);
+  for (uint32_t x = first_item(); x < end_item(); ++x) {
+    select_item(x);
+    formula.print_instance_size();
+    if (formula.solve()) {
+      add_solution();
+      return !solutions.empty();
+    }
+    if (raiseStatus(0) >= StatusError) return false;
+  }
+  return false;
+}
+
+bool ConflictMode::limit_reached() const {
+  return all_solutions >= 0 && solutions.size() >= static_cast<uint64_t>(all_solutions);
+}
+
+void ConflictMode::collect_cores() {
+  while (!limit_reached() && raiseStatus(0) < StatusError) {
+    formula.print_instance_size();
+    if (!formula.solve()) return;
+    ConfigurationPair core = model_pair();
+    add_solution();
+    exclude_core(core, BlockingGroup);
+    known_cores_.push_back(std::move(core));
+  }
+}
+
+bool ConflictMode::solve_all() {
+  if (!signals.ok() || raiseStatus(0) >= StatusError) return false;
+  build_instance(PermanentGroup);
+  if (method() == 1) {
+    collect_cores();
+  } else {
+    for (uint32_t x = first_item(); x < end_item() && !limit_reached() && raiseStatus(0) < StatusError; ++x) {
+      select_item(x);
+      collect_cores();
+    }
+  }
+  return !solutions.empty();
+}
+
+// By items: the cost vector is built once, and the descent of each item starts from the
+// best solution so far, so it can only improve on it.
+bool ConflictMode::solve_minimum() {
+  if (!signals.ok() || raiseStatus(0) >= StatusError) return false;
+  if (method() == 1) return Base::solve_minimum();
+  BitVector v;
+  std::vector<bool> b;
+  first_for_minimum(v, b);
+  for (uint32_t x = first_item(); x < end_item(); ++x) {
+    if (raiseStatus(0) >= StatusError || solutions.empty()) break;
+    select_item(x);
+    descend(v, b);
+  }
+  return raiseStatus(0) < StatusError && !solutions.empty();
+}
+
+std::unique_ptr<SearchModeBase> makeUscMode(const StgPrefix& prefix, const OptionMap& options) {
+  return std::make_unique<ConflictMode>(prefix, options, false, false);
+}
+
+std::unique_ptr<SearchModeBase> makeCscMode(const StgPrefix& prefix, const OptionMap& options) {
+  return std::make_unique<ConflictMode>(prefix, options, true, true);
+}
+
+}  // namespace nurex

@@ -1,0 +1,102 @@
+// Explicit final states of prefix configurations, and the conflict-free and dummy cut-off
+// tests of a prefix.
+#include "verify/final_state.h"
+
+#include <algorithm>
+
+namespace nurex {
+
+FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace) {
+  std::vector<uint8_t> cut(prefix.conditions.size(), 0);
+  for (const Condition* c : prefix.conditions) cut[c->index] = c->producer == nullptr;
+  FinalState state;
+  state.code.assign(prefix.signals.size(), 0);
+  for (const Signal* s : prefix.signals)
+    if (s->kind != SignalDummy) state.code[s->index] = s->initialValue == 1;
+  for (const TraceStep& step : trace) {
+    const Event* e = prefix.events[step.index];
+    for (const Condition* c : e->preset) cut[c->index] = 0;
+    for (const Condition* c : e->postset)
+      if (c->index != NoIndex) cut[c->index] = 1;
+    const Signal* s = e->transition->signal;
+    if (s && s->kind != SignalDummy) state.code[s->index] ^= 1;  // consistency: every edge toggles
+  }
+  state.marking.assign(prefix.places.size(), 0);
+  for (const Condition* c : prefix.conditions)
+    if (cut[c->index]) ++state.marking[c->place->index];
+  state.enabled.assign(prefix.signals.size(), 0);
+  for (const Event* e : prefix.events) {
+    const Signal* s = e->transition->signal;
+    if (!s) continue;
+    if (std::all_of(e->preset.begin(), e->preset.end(), [&](const Condition* c) { return cut[c->index] != 0; }))
+      state.enabled[s->index] = 1;
+  }
+  return state;
+}
+
+bool codesEqual(const FinalState& a, const FinalState& b) { return a.code == b.code; }
+
+bool codeDominated(const FinalState& a, const FinalState& b) {
+  for (size_t i = 0; i < a.code.size(); ++i)
+    if (a.code[i] > b.code[i]) return false;
+  return true;
+}
+
+bool localExcitationDiffers(const StgPrefix& prefix, const FinalState& a, const FinalState& b) {
+  for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i)
+    if (a.enabled[i] != b.enabled[i]) return true;
+  return false;
+}
+
+bool prefixIsConflictFree(const StgPrefix& prefix) {
+  return std::all_of(prefix.conditions.begin(), prefix.conditions.end(),
+                     [](const Condition* c) { return c->postset.size() <= 1; });
+}
+
+namespace {
+
+// Transition counts of the local configuration of e (of nothing when e is null), added
+// with the given sign into `counts`.
+void addPast(const Event* e, int sign, std::vector<int64_t>& counts, std::vector<uint32_t>& mark, uint32_t generation) {
+  if (!e) return;
+  std::vector<const Event*> stack{e};
+  mark[e->index] = generation;
+  while (!stack.empty()) {
+    const Event* x = stack.back();
+    stack.pop_back();
+    counts[x->transition->index] += sign;
+    for (const Condition* c : x->preset) {
+      const Event* p = c->producer;
+      if (p && mark[p->index] != generation) {
+        mark[p->index] = generation;
+        stack.push_back(p);
+      }
+    }
+  }
+}
+
+bool isDummyTransition(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
+
+}  // namespace
+
+bool hasDummyCutOffs(const StgPrefix& prefix) {
+  std::vector<uint32_t> mark(prefix.events.size(), 0);
+  uint32_t generation = 0;
+  std::vector<int64_t> counts(prefix.transitions.size(), 0);
+  for (const Event* e : prefix.events) {
+    if (!eventIsCutOff(e) || !isDummyTransition(e->transition)) continue;
+    if (e->correspondent.isUnknown()) return true;
+    std::vector<Event*> correspondents = e->correspondent.correspondents();
+    if (correspondents.empty()) correspondents.push_back(nullptr);  // the initial state
+    for (const Event* c : correspondents) {
+      std::fill(counts.begin(), counts.end(), 0);
+      addPast(e, +1, counts, mark, ++generation);
+      addPast(c, -1, counts, mark, ++generation);
+      for (const Transition* t : prefix.transitions)
+        if (counts[t->index] != 0 && !isDummyTransition(t)) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace nurex

@@ -1,0 +1,41 @@
+// Literals of an STG's signals after a configuration: the signal code, excitation and
+// next-state value, built over the ConfigurationVariables of one record.
+#pragma once
+
+#include <vector>
+
+#include "model/checks.h"
+#include "sat/configuration.h"
+
+namespace nurex {
+
+using StgConfiguration = ConfigurationVariables<StgPrefix>;
+
+// True for output and internal signals, whose excitation a circuit must implement.
+inline bool isLocalSignal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
+
+class SignalEncoding {
+ public:
+  // Builds the phase records of every non-dummy signal; `ok` is false after the
+  // inconsistency error.
+  explicit SignalEncoding(const StgPrefix& prefix);
+  bool ok() const { return ok_; }
+
+  // The signal is 1 after the configuration: some rise that no following fall cancelled.
+  // Dummy signals have no code and read as FALSE.
+  Literal code(StgConfiguration& record, const Signal* s, Polarity polarity);
+  // Some event of the signal, cut-offs included, is enabled in the final cut.
+  Literal enabled(StgConfiguration& record, const Signal* s, Polarity polarity);
+  // Code exclusive-or excitation: the value the signal is heading for.
+  Literal next(StgConfiguration& record, const Signal* s, Polarity polarity);
+  // Every condition of the event's preset is in the final cut.
+  Literal event_enabled(StgConfiguration& record, const Event* e, Polarity polarity);
+
+ private:
+  const StgPrefix& prefix_;
+  std::vector<std::vector<SignalPhaseRecord>> phases_;  // by signal index
+  std::vector<std::vector<const Event*>> events_;       // events of each signal, cut-offs included
+  bool ok_ = true;
+};
+
+}  // namespace nurex

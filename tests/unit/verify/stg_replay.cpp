@@ -1,0 +1,83 @@
+// Test support: replay of conflict traces in the original net, and the benchmark table.
+#include "stg_replay.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace nurex::test {
+
+bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why) {
+  state.tokens.assign(net.places.size(), 0);
+  for (const Place* p : net.places) state.tokens[p->index] = p->tokens;
+  state.code.assign(net.signals.size(), 0);
+  for (const Signal* s : net.signals)
+    if (s->kind != SignalDummy) state.code[s->index] = s->initialValue == 1;
+  for (const TraceStep& step : trace) {
+    const Transition* t = net.transitions[step.transition->index];
+    for (const Place* p : t->preset) {
+      if (state.tokens[p->index] == 0) {
+        why = t->name + " is not enabled";
+        return false;
+      }
+      --state.tokens[p->index];
+    }
+    for (const Place* p : t->postset) ++state.tokens[p->index];
+    if (t->signal && t->signal->kind != SignalDummy) state.code[t->signal->index] ^= 1;
+  }
+  return true;
+}
+
+std::vector<bool> transitionsWithEvents(const StgPrefix& prefix) {
+  std::vector<bool> occurs(prefix.transitions.size(), false);
+  for (const Event* e : prefix.events) occurs[e->transition->index] = true;
+  return occurs;
+}
+
+std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state) {
+  std::vector<uint8_t> excited(net.signals.size(), 0);
+  for (const Transition* t : net.transitions) {
+    if (!occurring[t->index] || !t->signal) continue;
+    bool enabled = true;
+    for (const Place* p : t->preset) enabled &= state.tokens[p->index] > 0;
+    if (enabled) excited[t->signal->index] = 1;
+  }
+  return excited;
+}
+
+void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc) {
+  ASSERT_EQ(solution.traces.size(), 2u);
+  NetState a, b;
+  std::string why;
+  ASSERT_TRUE(replayInNet(prefix, solution.traces[0], a, why)) << why;
+  ASSERT_TRUE(replayInNet(prefix, solution.traces[1], b, why)) << why;
+  EXPECT_EQ(a.code, b.code) << "the codes differ";
+  if (!csc) {
+    EXPECT_NE(a.tokens, b.tokens) << "the markings are equal";
+    return;
+  }
+  std::vector<bool> occurring = transitionsWithEvents(prefix);
+  std::vector<uint8_t> x = excitedSignals(prefix, occurring, a), y = excitedSignals(prefix, occurring, b);
+  bool differs = false;
+  for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i) differs |= x[i] != y[i];
+  EXPECT_TRUE(differs) << "the excited local signals are equal";
+}
+
+std::vector<VerdictRow> stgVerdictRows() {
+  std::ifstream in(std::string(NUREX_BENCHMARKS) + "/verdicts.tsv");
+  std::vector<VerdictRow> rows;
+  std::string line;
+  std::getline(in, line);
+  auto cost = [](const std::string& text) { return text == "-" ? -1 : std::stoi(text); };
+  while (std::getline(in, line)) {
+    std::vector<std::string> f;
+    std::stringstream s(line);
+    for (std::string x; std::getline(s, x, '\t');) f.push_back(x);
+    if (f.size() < 18 || f[1] != "stg") continue;
+    rows.push_back({f[0], f[1], f[2], f[11], f[13], f[15], f[17], cost(f[12]), cost(f[14])});
+  }
+  return rows;
+}
+
+}  // namespace nurex::test

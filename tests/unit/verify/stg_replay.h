@@ -1,0 +1,37 @@
+// Test support: replays traces of STG modes in the original net (not in the prefix) and
+// reads the verdict table of the benchmarks.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "model/results.h"
+
+namespace nurex::test {
+
+// A state of an STG reached by firing transitions from the initial marking.
+struct NetState {
+  std::vector<uint32_t> tokens;  // per place
+  std::vector<uint8_t> code;     // per signal, toggled by every edge; dummies stay 0
+};
+
+// Fires the transitions of the trace; false (with the reason) if one is not enabled.
+bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why);
+// Transitions that have an event in the prefix: legacy files give arcs only to those,
+// and a transition without an event is never enabled at a reachable marking.
+std::vector<bool> transitionsWithEvents(const StgPrefix& prefix);
+// Per signal: some transition of it (among `occurring`) is enabled at the marking.
+std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state);
+
+// Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.
+void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc);
+
+struct VerdictRow {
+  std::string name, kind, prefix;
+  std::string usc, csc, normal, dummyRulesAgree;  // "yes", "no" or "-"
+  int uscCost = -1, cscCost = -1;                   // -1 where the table has "-"
+};
+std::vector<VerdictRow> stgVerdictRows();
+
+}  // namespace nurex::test
