@@ -8,6 +8,7 @@
 #include "reach/coefficients.h"
 #include "verify/conflicts.h"
 #include "verify/deadlock.h"
+#include "verify/reachability.h"
 
 namespace nurex {
 
@@ -15,6 +16,8 @@ namespace nurex {
 template <int Mode, class U>
 constexpr ModeFactory<U> checkerFactory() {
   if constexpr (Mode == 1) return &makeDeadlockMode<U>;
+  else if constexpr (Mode == 2) return &makeReachabilityMode<U>;
+  else if constexpr (Mode == 3 && std::is_same_v<U, StgPrefix>) return &makeStgReachabilityMode;
   else if constexpr (Mode == 4 && std::is_same_v<U, StgPrefix>) return &makeUscMode;
   else if constexpr (Mode == 5 && std::is_same_v<U, StgPrefix>) return &makeCscMode;
   else return nullptr;

@@ -1,0 +1,190 @@
+// Evaluation of a normalised REACH predicate on the final states of traces: markings by
+// replay, signal values by the edges fired, enabledness from the local configuration.
+#include "verify/witness_check.h"
+
+#include "reach/dummy_closure.h"
+#include "reach/reach_scope.h"
+#include "sat/configuration.h"
+
+namespace nurex {
+
+namespace {
+
+template <class Unit>
+class WitnessEvaluator {
+ public:
+  using C = typename Unit::ConditionType;
+  using E = typename Unit::EventType;
+
+  WitnessEvaluator(const Unit& unit, WitnessSettings settings) : unit_(unit), settings_(settings) {}
+
+  void add_level(uint32_t level, const Trace& trace) {
+    if (finals_.size() <= level) finals_.resize(level + 1);
+    Final& f = finals_[level];
+    f.present = true;
+    f.in.assign(unit_.events.size(), false);
+    f.marked.assign(unit_.conditions.size(), false);
+    for (const C* c : unit_.conditions) f.marked[c->index] = isInitialCondition(c);
+    if constexpr (Unit::NetType::isStg) {
+      for (const Signal* s : unit_.signals) f.code.push_back(s->initialValue == 1);
+    }
+    for (const TraceStep& step : trace) {
+      const E* e = unit_.events[step.index];
+      f.in[e->index] = true;
+      for (const C* c : e->preset) f.marked[c->index] = false;
+      for (const C* c : e->postset)
+        if (c->index != NoIndex) f.marked[c->index] = true;
+      if constexpr (Unit::NetType::isStg) {
+        const Signal* s = e->transition->signal;
+        if (s && !isDummySignal(s)) f.code[s->index] = e->sign == SignNone ? !f.code[s->index] : e->sign == SignPlus;
+      }
+    }
+  }
+
+  bool has_maximal_dummy() const {
+    if constexpr (std::is_same_v<Unit, StgPrefix>) {
+      for (const Final& f : finals_)
+        for (const Event* e : unit_.events) {
+          if (!f.present || !f.in[e->index] || !isDummyEvent(e)) continue;
+          bool followed = false;
+          for (const Condition* c : e->postset)
+            for (const Event* g : c->postset) followed |= f.in[g->index];
+          if (!followed) return true;
+        }
+    }
+    return false;
+  }
+
+  bool holds(const ReachExpr& node) {
+    switch (node.tag) {
+      case ReachBoolConst: return node.boolValue();
+      case ReachVariable: {
+        const bool* bound = lets_.find(node.text());
+        return bound && *bound;
+      }
+      case ReachNot: return !holds(*node.unary().child);
+      case ReachAnd:
+      case ReachOr:
+      case ReachXor:
+      case ReachThresholdList: {
+        int64_t count = 0;
+        for (const ReachExprPtr& item : node.list().items) count += holds(*item);
+        int64_t size = static_cast<int64_t>(node.list().items.size());
+        if (node.tag == ReachAnd) return count == size;
+        if (node.tag == ReachOr) return count > 0;
+        if (node.tag == ReachXor) return count % 2 == 1;
+        return count >= node.list().threshold->number();
+      }
+      case ReachConditional: {
+        const ReachTernary& t = node.ternary();
+        return holds(*t.first) ? holds(*t.second) : holds(*t.third);
+      }
+      case ReachLet: {
+        const ReachBinder& b = node.binder();
+        lets_.open(b.variable, holds(*b.domain));
+        bool body = holds(*b.body);
+        lets_.close();
+        return body;
+      }
+      default: return atom(node);
+    }
+  }
+
+ private:
+  struct Final {
+    bool present = false;
+    std::vector<bool> in, marked;
+    std::vector<bool> code;  // per signal
+  };
+
+  bool atom(const ReachExpr& node) {
+    uint32_t level = node.unary().level;
+    if (level >= finals_.size() || !finals_[level].present) return false;
+    const Final& f = finals_[level];
+    const ReachExpr& x = *node.unary().child;
+    const Signal* s = x.tag == ReachSignalValue ? std::get<const Signal*>(x.payload) : nullptr;
+    if (node.tag == ReachState) {
+      switch (x.tag) {
+        case ReachEventValue: return f.in[static_cast<const E*>(x.nodeRef().node)->index];
+        case ReachConditionValue: return f.marked[static_cast<const C*>(x.nodeRef().node)->index];
+        case ReachPlaceValue: {
+          const Place* p = std::get<const Place*>(x.payload);
+          for (const C* c : unit_.conditions)
+            if (c->place == p && f.marked[c->index]) return true;
+          return false;
+        }
+        default: return value(f, s);
+      }
+    }
+    if (node.tag == ReachNext) return value(f, s) != signal_enabled(f, s);
+    switch (x.tag) {
+      case ReachEventValue: return enabled(f, static_cast<const E*>(x.nodeRef().node));
+      case ReachTransitionValue: {
+        const Transition* t = std::get<const Transition*>(x.payload);
+        for (const E* e : unit_.events)
+          if (e->transition == t && enabled(f, e)) return true;
+        return false;
+      }
+      default: return signal_enabled(f, s);
+    }
+  }
+
+  bool value(const Final& f, const Signal* s) const { return s && s->index < f.code.size() && f.code[s->index]; }
+
+  bool signal_enabled(const Final& f, const Signal* s) {
+    for (const E* e : unit_.events)
+      if (e->transition->signal == s && enabled(f, e)) return true;
+    return false;
+  }
+
+  // Through dummies: e is not in the configuration, the events of its local configuration
+  // missing from it are dummies, and the two together are free of conflict.
+  bool enabled(const Final& f, const E* e) {
+    if constexpr (std::is_same_v<Unit, StgPrefix>) {
+      if (settings_.enable_via_dummies) {
+        if (f.in[e->index]) return false;
+        std::vector<Event*> local = localConfiguration(const_cast<Event*>(e));
+        std::vector<bool> taken(unit_.events.size(), false);
+        for (const Event* g : local) {
+          if (g != e && !f.in[g->index] && !isDummyEvent(g)) return false;
+          taken[g->index] = true;
+        }
+        for (const Event* g : unit_.events) taken[g->index] = taken[g->index] || f.in[g->index];
+        for (const Condition* c : unit_.conditions) {
+          int consumers = 0;
+          for (const Event* g : c->postset) consumers += taken[g->index];
+          if (consumers > 1) return false;
+        }
+        return true;
+      }
+    }
+    for (const C* c : e->preset)
+      if (!f.marked[c->index]) return false;
+    return true;
+  }
+
+  const Unit& unit_;
+  WitnessSettings settings_;
+  std::vector<Final> finals_;  // by level number
+  ReachScope<bool> lets_;
+};
+
+}  // namespace
+
+template <class Unit>
+bool witnessSatisfies(const Unit& unit, const ReachExpr& predicate, const std::vector<uint32_t>& levels,
+                      const std::vector<Trace>& traces, WitnessSettings settings) {
+  WitnessEvaluator<Unit> evaluator(unit, settings);
+  for (size_t i = 0; i < traces.size() && i < levels.size(); ++i) evaluator.add_level(levels[i], traces[i]);
+  if (settings.no_max_dummies && evaluator.has_maximal_dummy()) return false;
+  return evaluator.holds(predicate);
+}
+
+template bool witnessSatisfies(const PetriNetPrefix&, const ReachExpr&, const std::vector<uint32_t>&,
+                               const std::vector<Trace>&, WitnessSettings);
+template bool witnessSatisfies(const StgPrefix&, const ReachExpr&, const std::vector<uint32_t>&,
+                               const std::vector<Trace>&, WitnessSettings);
+template bool witnessSatisfies(const PetriNetMergedProcess&, const ReachExpr&, const std::vector<uint32_t>&,
+                               const std::vector<Trace>&, WitnessSettings);
+
+}  // namespace nurex
