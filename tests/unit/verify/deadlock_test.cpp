@@ -75,12 +75,13 @@ struct Check {
 };
 
 TEST(DeadlockBenchmarks, VerdictsAndShortestTraces) {
-  for (const Row& row : verdictRows()) {
+  for (const Row& row : verdictRows())
+    for (const std::string& input : {"prefixes/" + row.prefix, "nets/" + row.name + ".g"})
     for (int solver : {0, 1})
       for (int method : {1, 2})
         for (int minimise : {0, 1}) {
           if (minimise && !row.deadlock) continue;
-          SCOPED_TRACE(row.name + " solver " + std::to_string(solver) + " method " + std::to_string(method) +
+          SCOPED_TRACE(input + " solver " + std::to_string(solver) + " method " + std::to_string(method) +
                        (minimise ? " -f" : ""));
           Check check;
           check.options["solver"] = solver;
@@ -88,7 +89,7 @@ TEST(DeadlockBenchmarks, VerdictsAndShortestTraces) {
           check.options["min_cost"] = minimise;
           bool ok = false;
           captureStderr([&] {
-            DeadlockUnit* unit = loadDeadlockUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row.prefix);
+            DeadlockUnit* unit = loadDeadlockUnit(std::string(NUREX_BENCHMARKS) + "/" + input);
             ASSERT_NE(unit, nullptr);
             static constexpr auto table = DeadlockUnit::tableOf<Check, bool, Check*>();
             ok = unit->visit(table, &check);
@@ -101,7 +102,6 @@ TEST(DeadlockBenchmarks, VerdictsAndShortestTraces) {
             EXPECT_EQ(check.length, row.shortest);
           }
         }
-  }
 }
 
 }  // namespace
