@@ -215,7 +215,8 @@ void ReachNormaliser<Unit>::implication(ReachExprPtr& node) {
   normalise(node);
 }
 
-// `a <-> b` is `~(a ^ b)`; a left chain of n operands is their `^`, negated when n is even.
+// `a <-> b` is `~(a ^ b)`, here `a ^ b ^ true`; a left chain of n operands is their `^`,
+// with one `true` more when n is even.
 template <class Unit>
 void ReachNormaliser<Unit>::equivalence(ReachExprPtr& node) {
   std::vector<ReachExprPtr> rights;
@@ -227,8 +228,8 @@ void ReachNormaliser<Unit>::equivalence(ReachExprPtr& node) {
   std::vector<ReachExprPtr> operands;
   operands.push_back(std::move(chain));
   for (size_t i = rights.size(); i-- > 0;) operands.push_back(std::move(rights[i]));
+  if (rights.size() % 2) operands.push_back(makeReachBool(true));
   node = makeReachList(ReachXor, std::move(operands));
-  if (rights.size() % 2) node = makeReachUnary(ReachNot, std::move(node));
   normalise(node);
 }
 
