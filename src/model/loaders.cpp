@@ -1,7 +1,9 @@
 // The loaders of the three mode groups: file kind by extension, unit kind by PNML type.
 #include "model/loaders.h"
 
+#include <cstddef>
 #include <memory>
+#include <type_traits>
 
 #include "model/formats/readers.h"
 #include "platform/reporter.h"
@@ -53,55 +55,44 @@ Unit* loadUnfoldedG(const std::string& fileName, bool petriNetAccepted) {
   return adoptLoaded<Unit>(loaded);
 }
 
+// The one loader behind the three tables: PNML by name and type, then legacy kinds and .g by
+// extension. A null `readMp` means the group takes no merged process in the legacy form.
+template <class Unit, class MciReader, class MpReader>
+Unit* loadUnit(const std::string& fileName, const std::vector<std::string>& pnmlTypes, MciReader readMci,
+               MpReader readMp, bool petriNetAccepted) {
+  if (isPnmlName(fileName)) {
+    LoadedUnit loaded;
+    if (!readPnmlUnit(fileName, pnmlTypes, loaded)) return nullptr;
+    return adoptLoaded<Unit>(loaded);
+  }
+  std::string extension = extensionOf(fileName);
+  if (extension == "mci") return adopt<Unit>(readMci(fileName));
+  if constexpr (!std::is_same_v<MpReader, std::nullptr_t>)
+    if (extension == "mp") return adopt<Unit>(readMp(fileName));
+  if (extension == "g") return loadUnfoldedG<Unit>(fileName, petriNetAccepted);
+  reportUnexpectedExtension(extension);
+  return nullptr;
+}
+
 }  // namespace
 
 // In the two Petri net groups a legacy file is always read as a Petri net: the STG
 // readers of legacy files serve the STG group alone.
 DeadlockUnit* loadDeadlockUnit(const std::string& fileName) {
-  if (isPnmlName(fileName)) {
-    LoadedUnit loaded;
-    if (!readPnmlUnit(fileName,
-                      {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
-                       "merged_process:STG"},
-                      loaded))
-      return nullptr;
-    return adoptLoaded<DeadlockUnit>(loaded);
-  }
-  std::string extension = extensionOf(fileName);
-  if (extension == "mci") return adopt<DeadlockUnit>(readPrefixMci(fileName));
-  if (extension == "mp") return adopt<DeadlockUnit>(readMergedProcessMp(fileName));
-  if (extension == "g") return loadUnfoldedG<DeadlockUnit>(fileName, true);
-  reportUnexpectedExtension(extension);
-  return nullptr;
+  return loadUnit<DeadlockUnit>(fileName,
+                                {"branching_process:low_level_net", "branching_process:STG",
+                                 "merged_process:low_level_net", "merged_process:STG"},
+                                readPrefixMci, readMergedProcessMp, true);
 }
 
 ReachUnit* loadReachUnit(const std::string& fileName) {
-  if (isPnmlName(fileName)) {
-    LoadedUnit loaded;
-    if (!readPnmlUnit(fileName, {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net"},
-                      loaded))
-      return nullptr;
-    return adoptLoaded<ReachUnit>(loaded);
-  }
-  std::string extension = extensionOf(fileName);
-  if (extension == "mci") return adopt<ReachUnit>(readPrefixMci(fileName));
-  if (extension == "mp") return adopt<ReachUnit>(readMergedProcessMp(fileName));
-  if (extension == "g") return loadUnfoldedG<ReachUnit>(fileName, true);
-  reportUnexpectedExtension(extension);
-  return nullptr;
+  return loadUnit<ReachUnit>(fileName,
+                             {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net"},
+                             readPrefixMci, readMergedProcessMp, true);
 }
 
 StgUnit* loadStgUnit(const std::string& fileName) {
-  if (isPnmlName(fileName)) {
-    LoadedUnit loaded;
-    if (!readPnmlUnit(fileName, {"branching_process:STG"}, loaded)) return nullptr;
-    return adoptLoaded<StgUnit>(loaded);
-  }
-  std::string extension = extensionOf(fileName);
-  if (extension == "mci") return adopt<StgUnit>(readStgPrefixMci(fileName));
-  if (extension == "g") return loadUnfoldedG<StgUnit>(fileName, false);
-  reportUnexpectedExtension(extension);
-  return nullptr;
+  return loadUnit<StgUnit>(fileName, {"branching_process:STG"}, readStgPrefixMci, nullptr, false);
 }
 
 }  // namespace nurex
