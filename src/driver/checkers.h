@@ -8,6 +8,7 @@
 #include "reach/coefficients.h"
 #include "verify/conflicts.h"
 #include "verify/deadlock.h"
+#include "verify/normalcy.h"
 #include "verify/reachability.h"
 
 namespace nurex {
@@ -20,6 +21,7 @@ constexpr ModeFactory<U> checkerFactory() {
   else if constexpr (Mode == 3 && std::is_same_v<U, StgPrefix>) return &makeStgReachabilityMode;
   else if constexpr (Mode == 4 && std::is_same_v<U, StgPrefix>) return &makeUscMode;
   else if constexpr (Mode == 5 && std::is_same_v<U, StgPrefix>) return &makeCscMode;
+  else if constexpr (Mode == 6 && std::is_same_v<U, StgPrefix>) return &makeNormalcyMode;
   else return nullptr;
 }
 

@@ -11,7 +11,6 @@ namespace nurex {
 
 namespace {
 
-const char* const ConflictFreeMessage = "\nThe net is (dynamically) conflict-free: optimized method is used.";
 const char* const DummyCutOffWarning = "there are dummy cut-offs; the result will not be reliable";
 const char* const InclusionWarning = "+l is valid only for (dynamically) conflict-free nets; the result may be incorrect";
 
@@ -23,11 +22,8 @@ void ConflictSolution::print(FILE* stream, ResultForm form) const {
 }
 
 ConflictMode::ConflictMode(const StgPrefix& prefix, const OptionMap& given, bool csc, bool warn_dummy_cutoffs)
-    : Base(prefix, given), csc(csc), conflict_free(prefixIsConflictFree(prefix)), signals(prefix) {
-  if (options["inclusion_constraints"] == -1) {
-    if (conflict_free) printTo(stdout, "%s", ConflictFreeMessage);
-    options["inclusion_constraints"] = conflict_free ? 1 : 0;
-  }
+    : Base(prefix, given), csc(csc), conflict_free(is_conflict_free(prefix)), signals(prefix) {
+  resolve_inclusion_constraints(options, conflict_free);
   if (options["method"] == 0) options["method"] = 2;
   if (warn_dummy_cutoffs && signals.ok() && hasDummyCutOffs(prefix)) reportWarning(DummyCutOffWarning);
 }
@@ -75,7 +71,7 @@ void ConflictMode::forbid_maximal_dummies(Configuration& record, int group) {
 void ConflictMode::equal_codes(int group) {
   for (const Signal* s : unit.signals) {
     if (s->kind == SignalDummy) continue;
-    Literal a = signals.code(first_record(), s, 0), b = signals.code(second_record(), s, 0);
+    Literal a = signals.code(first_record(), s), b = signals.code(second_record(), s);
     formula.add_binary(negate(a), b, group);
     formula.add_binary(a, negate(b), group);
   }
@@ -88,13 +84,8 @@ void ConflictMode::order_configurations(Configuration& first, Configuration& sec
 }
 
 void ConflictMode::add_inclusion(Configuration& first, Configuration& second, bool ordered, int group) {
-  Literal d = ordered ? LiteralTrue : formula.new_literal(false);
-  for (const Event* e : unit.events) {
-    if (eventIsCutOff(e)) continue;
-    Literal a = first.event_in(e), b = second.event_in(e);
-    formula.add_clause({negate(a), b, negate(d)}, group);
-    if (!ordered) formula.add_clause({a, negate(b), d}, group);
-  }
+  if (ordered) add_ordered_inclusion(first, second, group);
+  else add_unordered_inclusion(first, second, group);
 }
 
 void ConflictMode::difference_constraint(int group) {
@@ -102,7 +93,7 @@ void ConflictMode::difference_constraint(int group) {
   if (csc) {
     for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin; ++i) {
       const Signal* s = unit.signals[i];
-      Literal pair[2] = {signals.enabled(first_record(), s, 0), signals.enabled(second_record(), s, 0)};
+      Literal pair[2] = {signals.enabled(first_record(), s), signals.enabled(second_record(), s)};
       differs.push_back(formula.make_gate(GateXor, pair, PermanentGroup, +1));
     }
   } else {
@@ -123,8 +114,8 @@ uint32_t ConflictMode::end_item() const { return csc ? unit.dummiesBegin : stati
 void ConflictMode::item_constraint(int group) {
   if (csc) {
     const Signal* s = unit.signals[item];
-    formula.add_unit(negate(signals.enabled(first_record(), s, -1)), group);
-    formula.add_unit(signals.enabled(second_record(), s, +1), group);
+    formula.add_unit(negate(signals.enabled(first_record(), s)), group);
+    formula.add_unit(signals.enabled(second_record(), s), group);
   } else {
     const Place* p = unit.places[item];
     formula.add_unit(negate(first_record().place_marked(p, -1)), group);

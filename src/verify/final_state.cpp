@@ -48,11 +48,6 @@ bool localExcitationDiffers(const StgPrefix& prefix, const FinalState& a, const 
   return false;
 }
 
-bool prefixIsConflictFree(const StgPrefix& prefix) {
-  return std::all_of(prefix.conditions.begin(), prefix.conditions.end(),
-                     [](const Condition* c) { return c->postset.size() <= 1; });
-}
-
 namespace {
 
 // Transition counts of the local configuration of e (of nothing when e is null), added

@@ -28,9 +28,6 @@ bool localExcitationDiffers(const StgPrefix& prefix, const FinalState& a, const 
 // Code exclusive-or excitation.
 inline bool nextValue(const FinalState& s, uint32_t signal) { return (s.code[signal] ^ s.enabled[signal]) != 0; }
 
-// No condition has more than one consumer.
-bool prefixIsConflictFree(const StgPrefix& prefix);
-
 // A cut-off of a dummy transition counts unless its correspondent is known and the two
 // local configurations differ by dummy transitions only: their transition multisets are
 // compared and what does not cancel must be dummy. An unknown correspondent counts at once;

@@ -1,5 +1,6 @@
 // Signal code, excitation and next-state literals of an STG prefix configuration. All gates
-// are permanent: their literals are cached in the record and outlive any temporary group.
+// are permanent and exact: their literals are cached in the record and outlive any
+// temporary group.
 #include "verify/signal_encoding.h"
 
 namespace nurex {
@@ -18,39 +19,39 @@ SignalEncoding::SignalEncoding(const StgPrefix& prefix)
 }
 
 // Consistency makes the phases of one signal mutually exclusive, so their OR is the value.
-Literal SignalEncoding::code(StgConfiguration& record, const Signal* s, Polarity polarity) {
+Literal SignalEncoding::code(StgConfiguration& record, const Signal* s) {
   if (s->kind == SignalDummy) return LiteralFalse;
   CachedLiteral& cached = record.signal_code[s->index];
-  if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
+  if (cached.literal != LiteralUninit) return cached.literal;
   std::vector<Literal> phases, terms;
   for (const SignalPhaseRecord& phase : phases_[s->index]) {
     terms.clear();
     if (phase.head) terms.push_back(record.event_in(phase.head));
     for (const Event* f : phase.followers) terms.push_back(negate(record.event_in(f)));
-    phases.push_back(record.formula.make_gate(GateAnd, terms, PermanentGroup, polarity));
+    phases.push_back(record.formula.make_gate(GateAnd, terms, PermanentGroup, 0));
   }
-  return record.formula.make_gate(cached, GateOr, phases, PermanentGroup, polarity);
+  return record.formula.make_gate(cached, GateOr, phases, PermanentGroup, 0);
 }
 
-Literal SignalEncoding::event_enabled(StgConfiguration& record, const Event* e, Polarity polarity) {
+Literal SignalEncoding::event_enabled(StgConfiguration& record, const Event* e) {
   std::vector<Literal> cut;
-  for (const Condition* b : e->preset) cut.push_back(record.marked(b, polarity));
-  return record.formula.make_gate(GateAnd, cut, PermanentGroup, polarity);
+  for (const Condition* b : e->preset) cut.push_back(record.marked(b, 0));
+  return record.formula.make_gate(GateAnd, cut, PermanentGroup, 0);
 }
 
-Literal SignalEncoding::enabled(StgConfiguration& record, const Signal* s, Polarity polarity) {
+Literal SignalEncoding::enabled(StgConfiguration& record, const Signal* s) {
   CachedLiteral& cached = record.signal_enabled[s->index];
-  if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
+  if (cached.literal != LiteralUninit) return cached.literal;
   std::vector<Literal> events;
-  for (const Event* e : events_[s->index]) events.push_back(event_enabled(record, e, polarity));
-  return record.formula.make_gate(cached, GateOr, events, PermanentGroup, polarity);
+  for (const Event* e : events_[s->index]) events.push_back(event_enabled(record, e));
+  return record.formula.make_gate(cached, GateOr, events, PermanentGroup, 0);
 }
 
-Literal SignalEncoding::next(StgConfiguration& record, const Signal* s, Polarity polarity) {
+Literal SignalEncoding::next(StgConfiguration& record, const Signal* s) {
   CachedLiteral& cached = record.signal_next[s->index];
-  if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
-  Literal children[2] = {code(record, s, 0), enabled(record, s, 0)};
-  return record.formula.make_gate(cached, GateXor, children, PermanentGroup, polarity);
+  if (cached.literal != LiteralUninit) return cached.literal;
+  Literal children[2] = {code(record, s), enabled(record, s)};
+  return record.formula.make_gate(cached, GateXor, children, PermanentGroup, 0);
 }
 
 }  // namespace nurex

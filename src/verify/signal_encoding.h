@@ -14,6 +14,8 @@ using StgConfiguration = ConfigurationVariables<StgPrefix>;
 // True for output and internal signals, whose excitation a circuit must implement.
 inline bool isLocalSignal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
 
+// All literals are exact (gates in both directions): a gate that folds into its only child
+// is cached as that child, and a child built in one direction would then be taken for exact.
 class SignalEncoding {
  public:
   // Builds the phase records of every non-dummy signal; `ok` is false after the
@@ -23,13 +25,13 @@ class SignalEncoding {
 
   // The signal is 1 after the configuration: some rise that no following fall cancelled.
   // Dummy signals have no code and read as FALSE.
-  Literal code(StgConfiguration& record, const Signal* s, Polarity polarity);
+  Literal code(StgConfiguration& record, const Signal* s);
   // Some event of the signal, cut-offs included, is enabled in the final cut.
-  Literal enabled(StgConfiguration& record, const Signal* s, Polarity polarity);
+  Literal enabled(StgConfiguration& record, const Signal* s);
   // Code exclusive-or excitation: the value the signal is heading for.
-  Literal next(StgConfiguration& record, const Signal* s, Polarity polarity);
+  Literal next(StgConfiguration& record, const Signal* s);
   // Every condition of the event's preset is in the final cut.
-  Literal event_enabled(StgConfiguration& record, const Event* e, Polarity polarity);
+  Literal event_enabled(StgConfiguration& record, const Event* e);
 
  private:
   const StgPrefix& prefix_;

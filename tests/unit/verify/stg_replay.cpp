@@ -6,6 +6,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "model/loaders.h"
+#include "support/capture.h"
+
 namespace nurex::test {
 
 bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why) {
@@ -62,6 +65,14 @@ void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc)
   bool differs = false;
   for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i) differs |= x[i] != y[i];
   EXPECT_TRUE(differs) << "the excited local signals are equal";
+}
+
+std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
+  std::unique_ptr<StgUnit> unit;
+  testing::internal::CaptureStdout();
+  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_SOURCE_DIR) + "/tests/data/verify/" + name + ".g")); });
+  testing::internal::GetCapturedStdout();
+  return unit;
 }
 
 std::vector<VerdictRow> stgVerdictRows() {

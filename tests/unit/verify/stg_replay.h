@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "model/net_unit.h"
 #include "model/results.h"
 
 namespace nurex::test {
@@ -26,6 +28,9 @@ std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occ
 
 // Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc);
+
+// tests/data/verify/<name>.g, unfolded on load (stderr swallowed); null on failure.
+std::unique_ptr<StgUnit> loadTestStg(const std::string& name);
 
 struct VerdictRow {
   std::string name, kind, prefix;
