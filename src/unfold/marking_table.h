@@ -9,27 +9,37 @@
 
 namespace nurex {
 
+// 262144 buckets, each a chain of records. The markings of all records share one array
+// of place numbers, so a record costs no allocation of its own.
 class MarkingTable {
  public:
   static constexpr uint32_t BucketCount = 262144;
   static constexpr uint32_t BucketMask = 0x3FFFF;
+  static constexpr uint32_t NoRecord = 0xFFFFFFFFu;
 
   struct Record {
-    std::vector<uint32_t> marking;  // place indices ascending
-    bool emptyConfiguration = false;  // the initial marking: reached by no event at all
-    std::vector<Event*> events;       // in insertion order, so by index
+    uint32_t markingBegin = 0, markingSize = 0;  // in the shared array of place numbers
+    uint32_t next = NoRecord;                    // chain of the bucket
+    bool emptyConfiguration = false;             // the initial marking, reached by no event
+    std::vector<Event*> events;                  // in insertion order, so by index
   };
 
-  MarkingTable() : buckets_(BucketCount) {}
+  MarkingTable() : buckets_(BucketCount, NoRecord) {}
 
-  Record* find(const std::vector<uint32_t>& marking, uint64_t hash);
-  // The record of the marking, created empty if new.
+  // The record number of the marking (place indices ascending), or NoRecord.
+  uint32_t find(const std::vector<uint32_t>& marking, uint64_t hash) const;
+  // The record of the marking, created empty if new. References stay valid only until the
+  // next insertion.
   Record& insert(const std::vector<uint32_t>& marking, uint64_t hash);
-  uint32_t recordCount() const { return records_; }
+  Record& record(uint32_t number) { return records_[number]; }
+  uint32_t recordCount() const { return static_cast<uint32_t>(records_.size()); }
 
  private:
-  std::vector<std::vector<Record>> buckets_;
-  uint32_t records_ = 0;
+  bool holds(const Record& r, const std::vector<uint32_t>& marking) const;
+
+  std::vector<uint32_t> buckets_;
+  std::vector<Record> records_;
+  std::vector<uint32_t> places_;
 };
 
 }  // namespace nurex

@@ -126,8 +126,9 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
 // which also asks for inclusion, it is below the candidate.
 bool Unfolder::decideFromTable(uint32_t position) {
   const Candidate& candidate = *batch_[position];
-  MarkingTable::Record* record = table_.find(candidate.marking, candidate.hash);
-  if (!record) return true;
+  uint32_t found = table_.find(candidate.marking, candidate.hash);
+  if (found == MarkingTable::NoRecord) return true;
+  MarkingTable::Record* record = &table_.record(found);
   if (!state_.mayBeCutOff[candidate.transition->index]) return checkDummyCycle(candidate, *record);
   Decision& d = decisions_[position];
   if (record->emptyConfiguration) {

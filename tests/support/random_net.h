@@ -17,7 +17,7 @@ struct RandomNetOptions {
   // Chance (in percent) of drawing a net with free random arcs instead, kept only if the
   // explicit-state checker finds it safe within the state limit.
   uint32_t freeArcsPercent = 30;
-  uint32_t stateLimit = 2000;
+  uint32_t stateLimit = 500;
   // When false, a free net is returned as drawn, safe or not (for tests of the rejection
   // of unsafe nets); the generator then always draws free nets.
   bool onlySafe = true;

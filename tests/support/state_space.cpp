@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 
 namespace nurex::test {
 
@@ -37,9 +38,21 @@ bool replayRun(const PetriNet& net, const std::vector<uint32_t>& transitions, To
   return true;
 }
 
+namespace {
+
+struct TokenHash {
+  size_t operator()(const TokenVector& m) const {
+    uint64_t h = 1469598103934665603ull;
+    for (uint32_t k : m) h = (h ^ k) * 1099511628211ull;
+    return static_cast<size_t>(h);
+  }
+};
+
+}  // namespace
+
 StateSpace exploreStateSpace(const PetriNet& net, uint32_t stateLimit) {
   StateSpace s;
-  std::map<TokenVector, uint32_t> index;
+  std::unordered_map<TokenVector, uint32_t, TokenHash> index;
   auto add = [&](TokenVector m, uint32_t parent, uint32_t transition) {
     auto [it, fresh] = index.emplace(std::move(m), s.size());
     if (!fresh) return it->second;
