@@ -304,7 +304,8 @@ void Unfolder::finish() {
   if (state_.options.print_statistics)
     printTo(stdout, "\n slices=%u largest slice=%u markings=%u", sliceCount_, largestSlice_, table_.recordCount());
   if (state_.options.print_time) printTo(stdout, "\n unfolding time: %.3f s", monotonicSeconds() - startTime_);
-  bool anyNonCutOff = false;
+  // An empty initial marking has had its own warning.
+  bool anyNonCutOff = state_.initialConditions.empty();
   for (Event* e : state_.events)
     if (!eventIsCutOff(e)) {
       anyNonCutOff = true;

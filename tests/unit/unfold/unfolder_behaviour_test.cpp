@@ -1,0 +1,250 @@
+// The unfolder on small hand-made nets: warnings, errors with their exact texts, dummy
+// events, the effect of the order and of no_cutoffs, and the concurrency relation's
+// messages and size.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "model/checks.h"
+#include "support/capture.h"
+#include "support/random_net.h"
+#include "support/state_space.h"
+#include "unit/unfold/unfold_test_support.h"
+
+namespace nurex::test {
+namespace {
+
+template <class Net>
+struct NetBuilder {
+  std::unique_ptr<Prefix<Net>> prefix = std::make_unique<Prefix<Net>>();
+
+  Place* place(const std::string& name, uint32_t tokens = 0) {
+    auto* p = prefix->places.add(new Place);
+    p->name = name;
+    p->tokens = tokens;
+    return p;
+  }
+  Transition* transition(const std::string& name, std::initializer_list<Place*> pre,
+                         std::initializer_list<Place*> post, Signal* signal = nullptr) {
+    auto* t = prefix->transitions.add(new Transition);
+    t->name = name;
+    t->signal = signal;
+    for (Place* p : pre) addPlaceArc(p, t);
+    for (Place* p : post) addTransitionArc(t, p);
+    return t;
+  }
+  Signal* signal(const std::string& name, uint8_t kind) {
+    auto* s = prefix->signals.add(new Signal);
+    s->name = name;
+    s->kind = kind;
+    return s;
+  }
+  // Runs the unfolder; returns stderr.
+  std::string unfold(const UnfoldOptions& options, bool expectDone = true) {
+    sortArcs(*prefix);
+    bool done = false;
+    std::string err = captureStderr([&] { done = unfoldNet(*prefix, options); });
+    EXPECT_EQ(done, expectDone) << err;
+    return err;
+  }
+  std::string statistics() const { return formatStatistics(computeStatistics(prefix->conditions, prefix->events)); }
+};
+
+UnfoldOptions defaults() { return optionsFor(Search::Closure, 1); }
+
+TEST(UnfoldBehaviour, EmptyInitialMarkingWarnsAndGivesAnEmptyPrefix) {
+  NetBuilder<PetriNet> b;
+  Place* p = b.place("p");
+  b.transition("t", {p}, {p});
+  EXPECT_EQ(b.unfold(defaults()), "\nWarning: the initial marking is empty\n");
+  EXPECT_EQ(b.statistics(), "\n |B|=0 |E|=0 |C|=0 |BE|=0 |EB|=0");
+}
+
+TEST(UnfoldBehaviour, OnlyCutOffsWarn) {
+  NetBuilder<PetriNet> b;
+  Place* p = b.place("p", 1);
+  b.transition("t", {p}, {p});
+  EXPECT_EQ(b.unfold(defaults()), "\nWarning: the prefix contains no non-cut-off events\n");
+  EXPECT_EQ(b.statistics(), "\n |B|=2 |E|=1 |C|=1 |BE|=1 |EB|=1");
+  EXPECT_TRUE(b.prefix->events[0]->correspondent.isInitialState());
+}
+
+TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
+  {
+    NetBuilder<PetriNet> b;
+    b.place("p", 2);
+    EXPECT_EQ(b.unfold(defaults(), false), "\nError: the net is not safe, place p; trace:\n\n");
+  }
+  {
+    NetBuilder<PetriNet> b;
+    Place* a = b.place("a", 1);
+    Place* c = b.place("b", 1);
+    b.transition("t", {a}, {c});
+    EXPECT_EQ(b.unfold(defaults(), false), "\nError: the net is not safe, place b; trace:\nt\n");
+    EXPECT_TRUE(b.prefix->events.empty());
+  }
+  {
+    NetBuilder<PetriNet> b;
+    Place* q = b.place("q");
+    b.transition("t", {}, {q});
+    EXPECT_EQ(b.unfold(defaults(), false),
+              "\nWarning: the initial marking is empty\n\nError: the net is not safe, place q; trace:\nt, t\n");
+  }
+  // Two concurrent events each put one token on r: no local configuration sees both.
+  for (Search search : {Search::Closure, Search::Relation, Search::Plain}) {
+    NetBuilder<PetriNet> b;
+    Place* p = b.place("p", 1);
+    Place* q = b.place("q", 1);
+    Place* r = b.place("r");
+    b.transition("t1", {p}, {r});
+    b.transition("t2", {q}, {r});
+    EXPECT_EQ(b.unfold(optionsFor(search, 2), false), "\nError: the net is not safe, place r; trace:\nt1, t2\n");
+  }
+}
+
+// x+ and y+ lead by the dummies d1 and d2 to the same marking with local configurations
+// of equal size; {x+, d1} is below {y+, d2} by the Parikh vector.
+template <class Net>
+NetBuilder<Net> diamondWithDummies() {
+  NetBuilder<Net> b;
+  Signal *x = nullptr, *y = nullptr, *z = nullptr, *d = nullptr;
+  if constexpr (Net::isStg) {
+    x = b.signal("x", SignalOutput);
+    y = b.signal("y", SignalOutput);
+    z = b.signal("z", SignalOutput);
+    d = b.signal("d", SignalDummy);
+  }
+  Place* p0 = b.place("p0", 1);
+  Place* p1 = b.place("p1");
+  Place* p2 = b.place("p2");
+  Place* p3 = b.place("p3");
+  b.transition("x+", {p0}, {p1}, x);
+  b.transition("y+", {p0}, {p2}, y);
+  b.transition("d1", {p1}, {p3}, d);
+  b.transition("d2", {p2}, {p3}, d);
+  b.transition("z", {p3}, {p0}, z);
+  return b;
+}
+
+TEST(UnfoldBehaviour, DummyEventsOfStgsAreCutOffsOnlyWhenAllowed) {
+  auto stg = diamondWithDummies<Stg>();
+  EXPECT_EQ(stg.unfold(defaults()), "");
+  EXPECT_EQ(stg.statistics(), "\n |B|=7 |E|=6 |C|=2 |BE|=6 |EB|=6");
+  for (const Event* e : stg.prefix->events)
+    if (eventIsCutOff(e)) EXPECT_EQ(e->transition->name, "z");
+
+  UnfoldOptions allowed = defaults();
+  allowed.dummy_cutoffs = 1;
+  auto permissive = diamondWithDummies<Stg>();
+  EXPECT_EQ(permissive.unfold(allowed), "");
+  EXPECT_EQ(permissive.statistics(), "\n |B|=6 |E|=5 |C|=2 |BE|=5 |EB|=5");
+
+  // A plain net has no dummy signals: the same net cuts at d2 by default.
+  auto net = diamondWithDummies<PetriNet>();
+  EXPECT_EQ(net.unfold(defaults()), "");
+  EXPECT_EQ(net.statistics(), permissive.statistics());
+}
+
+TEST(UnfoldBehaviour, ACycleOfDummiesIsAnErrorRatherThanAnEndlessPrefix) {
+  NetBuilder<Stg> b;
+  Signal* d = b.signal("d", SignalDummy);
+  Signal* x = b.signal("x", SignalOutput);
+  Place* p = b.place("p", 1);
+  Place* q = b.place("q");
+  b.transition("x+", {p}, {q}, x);
+  b.transition("d", {q}, {q}, d);
+  EXPECT_EQ(b.unfold(defaults(), false),
+            "\nError: the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\nx+, d\n");
+}
+
+// t1 and t2 both lead from p0 to p1.
+NetBuilder<PetriNet> twoWays() {
+  NetBuilder<PetriNet> b;
+  Place* p0 = b.place("p0", 1);
+  Place* p1 = b.place("p1");
+  b.transition("t1", {p0}, {p1});
+  b.transition("t2", {p0}, {p1});
+  b.transition("t3", {p1}, {p0});
+  return b;
+}
+
+TEST(UnfoldBehaviour, EqualSizesNeverCorrespondUnderOrderOne) {
+  auto third = twoWays();
+  third.unfold(optionsFor(Search::Closure, 1, 3));
+  EXPECT_EQ(third.statistics(), "\n |B|=4 |E|=3 |C|=2 |BE|=3 |EB|=3");
+  const Event* e1 = third.prefix->events[1];
+  EXPECT_EQ(e1->transition->name, "t2");
+  EXPECT_EQ(e1->correspondent.event(), third.prefix->events[0]);
+
+  auto first = twoWays();
+  first.unfold(optionsFor(Search::Closure, 1, 1));
+  EXPECT_EQ(first.statistics(), "\n |B|=5 |E|=4 |C|=2 |BE|=4 |EB|=4");
+  EXPECT_FALSE(eventIsCutOff(first.prefix->events[0]));
+  EXPECT_FALSE(eventIsCutOff(first.prefix->events[1]));
+}
+
+TEST(UnfoldBehaviour, NoCutOffsDropsThemAndRenumbers) {
+  auto b = twoWays();
+  UnfoldOptions options = defaults();
+  options.no_cutoffs = 1;
+  b.unfold(options);
+  EXPECT_EQ(b.statistics(), "\n |B|=2 |E|=1 |C|=0 |BE|=1 |EB|=1");
+  EXPECT_TRUE(checkPrefixStructure(*b.prefix));
+  EXPECT_EQ(b.prefix->conditions[0]->postset.size(), 1u);
+}
+
+TEST(UnfoldBehaviour, UnknownOrderIsAnError) {
+  auto b = twoWays();
+  EXPECT_EQ(b.unfold(optionsFor(Search::Closure, 1, 5), false), "\nError: unknown adequate order 5\n");
+}
+
+// Runs with verbosity 2 and returns what was printed on stdout.
+std::string relationOutput(uint64_t seed, int32_t limit, bool statistics) {
+  auto prefix = asPrefix(randomSafeNet(seed));
+  UnfoldOptions options = optionsFor(Search::Relation, 2);
+  options.conc_rel_size = limit;
+  options.print_statistics = statistics;
+  unsigned saved = verbosity;
+  verbosity = 2;
+  testing::internal::CaptureStdout();
+  captureStderr([&] { EXPECT_TRUE(unfoldNet(*prefix, options)); });
+  verbosity = saved;
+  return testing::internal::GetCapturedStdout();
+}
+
+size_t occurrences(const std::string& text, const std::string& part) {
+  size_t n = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+TEST(UnfoldBehaviour, TheRelationIsAbandonedOnceWithAMessage) {
+  const std::string message = "\n The concurrency relation is abandoned\n";
+  EXPECT_EQ(occurrences(relationOutput(7, 0, false), message), 0u);
+  EXPECT_EQ(occurrences(relationOutput(7, 40000, false), message), 1u);
+  EXPECT_EQ(occurrences(relationOutput(7, 6, false), message), 1u);
+}
+
+// The edge count of the relation is the number of concurrent pairs of conditions.
+TEST(UnfoldBehaviour, RelationSizeCountsEveryConcurrentPair) {
+  for (uint64_t seed = 0; seed < 40; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::string out = relationOutput(seed, 40000, true);
+    unsigned nodes = 0;
+    unsigned long long edges = 0;
+    size_t at = out.find("\nConcurrency relation: ");
+    ASSERT_NE(at, std::string::npos) << out;
+    ASSERT_EQ(std::sscanf(out.c_str() + at, "\nConcurrency relation: |V|=%u |E|=%llu", &nodes, &edges), 2);
+    auto prefix = asPrefix(randomSafeNet(seed));
+    captureStderr([&] { unfoldNet(*prefix, optionsFor(Search::Closure, 1)); });
+    EXPECT_EQ(nodes, prefix->conditions.size());
+    unsigned long long pairs = 0;
+    for (const Condition* a : prefix->conditions)
+      for (const Condition* c : prefix->conditions)
+        if (a->index < c->index && conditionsConcurrent(a, c)) ++pairs;
+    EXPECT_EQ(edges, pairs);
+  }
+}
+
+}  // namespace
+}  // namespace nurex::test

@@ -1,0 +1,33 @@
+// The unfolder's pool: every item of a pass runs exactly once, on any number of threads,
+// and the pass is over when run() returns.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <vector>
+
+#include "unfold/worker_pool.h"
+
+namespace nurex::test {
+namespace {
+
+TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
+  for (unsigned threads : {1u, 2u, 4u}) {
+    WorkerPool pool(threads);
+    EXPECT_EQ(pool.threads(), threads);
+    for (uint32_t pass = 0; pass < 200; ++pass) {
+      uint32_t count = pass % 37;
+      std::vector<std::atomic<int>> seen(count + 1);
+      std::atomic<unsigned> badWorker{0};
+      pool.run(CommandExtend, count, [&](unsigned worker, uint32_t item) {
+        if (worker >= threads) ++badWorker;
+        ++seen[item];
+      });
+      EXPECT_EQ(seen[0].load(), 0);
+      for (uint32_t i = 1; i <= count; ++i) ASSERT_EQ(seen[i].load(), 1) << "pass " << pass << " item " << i;
+      EXPECT_EQ(badWorker.load(), 0u);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace nurex::test
