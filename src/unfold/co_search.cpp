@@ -70,6 +70,7 @@ void CoClosure::compute(const std::vector<Condition*>& cut) {
   for (size_t i = 0; i < list_.size(); ++i) {
     Condition* x = list_[i];
     for (Event* g : x->postset) {
+      if (eventIsCutOff(g)) continue;
       uint32_t k = g->index;
       if (counted_.insert(k)) counts_[k] = 0;
       if (++counts_[k] == g->preset.size())

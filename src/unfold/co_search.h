@@ -42,7 +42,8 @@ class ConfigurationAnchor {
 };
 
 // The conditions concurrent with the postset of a new event e: the forward closure of the
-// rest of Cut([e]) under the events of the prefix whose whole preset lies in the set.
+// rest of Cut([e]) under the non-cut-off events of the prefix whose whole preset lies in
+// the set.
 // Pairwise concurrent conditions form a co-set, so the closure holds every condition that
 // some configuration containing [e] leaves in its cut beside e's postset, and nothing more.
 class CoClosure {

@@ -78,6 +78,7 @@ void ConcurrencyRelation::intersectOlder(Row& row, const Event* e, uint32_t olde
   if (shortest & 31) row.words[words - 1] &= (1u << (shortest & 31)) - 1;
   for (uint32_t i = shortest; i < older; ++i) {
     const Condition* x = conditions_[i];
+    if (x->producer && eventIsCutOff(x->producer)) continue;
     bool all = true;
     for (const Condition* b : e->preset)
       if (!concurrent(x, b)) {
@@ -102,7 +103,7 @@ void ConcurrencyRelation::computeRow(const Event* e, uint32_t batchEventsBegin, 
   }
   for (uint32_t k = batchEventsBegin; k < events_.size(); ++k) {
     const Event* g = events_[k];
-    if (g == e) continue;
+    if (g == e || eventIsCutOff(g)) continue;
     bool inRow = true;
     for (const Condition* b : g->preset)
       if (!test(row, b->index)) {
@@ -116,7 +117,11 @@ void ConcurrencyRelation::computeRow(const Event* e, uint32_t batchEventsBegin, 
   rows_[e->index] = row;
 }
 
-uint32_t ConcurrencyRelation::nodeCount() const { return conditions_.size(); }
+uint32_t ConcurrencyRelation::nodeCount() const {
+  uint32_t n = 0;
+  for (const Condition* c : conditions_) n += !c->producer || !eventIsCutOff(c->producer);
+  return n;
+}
 
 uint64_t ConcurrencyRelation::edgeCount() const {
   auto below = [](const Row& row, uint32_t limit) {

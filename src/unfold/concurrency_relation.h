@@ -1,5 +1,6 @@
-// The concurrency relation of the prefix as bit rows, one per event and one for the
-// initial conditions, kept while the prefix stays below a node limit.
+// The concurrency relation of the prefix as bit rows, one per non-cut-off event and one for
+// the initial conditions, kept while the prefix stays below a node limit. The postsets of
+// cut-offs are left out: they are never extended.
 #pragma once
 
 #include <cstdint>
@@ -30,10 +31,11 @@ class ConcurrencyRelation {
   // their conditions from `batchConditionsBegin` on. Writes e's row alone, reads earlier rows.
   void computeRow(const Event* e, uint32_t batchEventsBegin, uint32_t batchConditionsBegin);
 
-  // Constant time, for two distinct conditions present in the relation.
+  // Constant time, for two conditions present in the relation (no cut-off postsets).
   bool concurrent(const Condition* x, const Condition* y) const;
 
-  // Nodes (conditions) and edges (concurrent pairs) of the relation seen as a graph.
+  // Nodes (conditions other than cut-off postsets) and edges (concurrent pairs) of the
+  // relation seen as a graph.
   uint32_t nodeCount() const;
   uint64_t edgeCount() const;
 

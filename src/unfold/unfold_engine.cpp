@@ -207,12 +207,15 @@ void Unfolder::dropRelation() {
   printAbandoned();
 }
 
-// Numbers, lists and arcs of the batch; the marking table learns the non-cut-offs.
+// Numbers, lists and arcs of the batch; the marking table learns the non-cut-offs. The
+// postsets of cut-offs are never extended, so they stay out of the lists by place.
 void Unfolder::commit() {
   state_.batchEventsBegin = state_.events.size();
   state_.batchConditionsBegin = state_.conditions.size();
   state_.batchCuts.clear();
-  for (Candidate* candidate : batch_) {
+  state_.batchExtended.clear();
+  for (uint32_t i = 0; i < batch_.size(); ++i) {
+    Candidate* candidate = batch_[i];
     auto* e = new Event;
     e->transition = candidate->transition;
     state_.events.add(e);
@@ -222,15 +225,17 @@ void Unfolder::commit() {
     }
     state_.eventDepth.push_back(candidate->depth);
     state_.eventSize.push_back(candidate->size);
+    bool cutOff = decisions_[i].kind != Decision::NotCutOff;
     for (Place* p : candidate->transition->postset) {
       auto* c = new Condition;
       c->producer = e;
       c->place = p;
       state_.conditions.add(c);
-      state_.placeConditions[p->index].push_back(c);
+      if (!cutOff) state_.placeConditions[p->index].push_back(c);
       e->postset.push_back(c);
     }
     state_.batchCuts.push_back(std::move(candidate->cut));
+    if (!cutOff) state_.batchExtended.push_back(i);
   }
   for (uint32_t i = 0; i < batch_.size(); ++i) {
     Event* e = state_.events[state_.batchEventsBegin + i];
@@ -258,17 +263,22 @@ bool Unfolder::reportWorkerError() {
   return true;
 }
 
+// Only non-cut-off events are extended. If the net is not safe, some configuration free
+// of cut-offs marks a place twice (shift each cut-off to its correspondent), so the safety
+// test too needs no more than the postsets of non-cut-offs.
 bool Unfolder::extendBatch() {
-  uint32_t count = state_.events.size() - state_.batchEventsBegin;
+  const std::vector<uint32_t>& extended = state_.batchExtended;
+  uint32_t count = static_cast<uint32_t>(extended.size());
   if (state_.relation) {
     state_.relation->growRows(state_.events.size());
-    pool_.run(CommandRelation, count, [this, count](unsigned, uint32_t item) {
-      state_.relation->computeRow(state_.events[state_.batchEventsBegin + count - item], state_.batchEventsBegin,
-                                  state_.batchConditionsBegin);
+    pool_.run(CommandRelation, count, [this, &extended, count](unsigned, uint32_t item) {
+      state_.relation->computeRow(state_.events[state_.batchEventsBegin + extended[count - item]],
+                                  state_.batchEventsBegin, state_.batchConditionsBegin);
     });
   }
-  pool_.run(CommandExtend, count,
-            [this, count](unsigned worker, uint32_t item) { workers_[worker].extend(state_, count - item); });
+  pool_.run(CommandExtend, count, [this, &extended, count](unsigned worker, uint32_t item) {
+    workers_[worker].extend(state_, extended[count - item]);
+  });
   return !reportWorkerError() && raiseStatus(0) < StatusError;
 }
 

@@ -45,7 +45,7 @@ struct UnfoldState {
 
   NodeList<Condition> conditions;
   NodeList<Event> events;
-  std::vector<std::vector<Condition*>> placeConditions;  // per place, in index order
+  std::vector<std::vector<Condition*>> placeConditions;  // per place, by index; no cut-off postsets
   std::vector<Condition*> initialConditions;
 
   // Side tables per event, by index.
@@ -57,6 +57,7 @@ struct UnfoldState {
   uint32_t batchEventsBegin = 0;
   uint32_t batchConditionsBegin = 0;
   std::vector<std::vector<Condition*>> batchCuts;  // cut of each batch event, by position
+  std::vector<uint32_t> batchExtended;              // positions of the batch's non-cut-offs
 
   std::unique_ptr<ConcurrencyRelation> relation;
 
