@@ -23,14 +23,14 @@ namespace nurex {
 
 struct ConfigurationSummary {
   uint32_t size = 0;
-  std::vector<uint32_t> parikh;               // transition indices ascending, with repetition
-  std::vector<std::vector<uint32_t>> levels;  // Foata levels, transitions ascending
+  std::vector<uint32_t> parikh;  // transition indices ascending, with repetition
+  std::vector<uint64_t> foata;   // depth << 32 | transition, ascending: the levels one after another
   std::vector<std::vector<uint32_t>> causal;  // order 4: one description per event, sorted
 };
 
-// The summary, as far as `order` needs it, of the configuration made of `events` (all in
-// the prefix) and, if given, the possible extension `extra`.
-ConfigurationSummary summarizeConfiguration(const UnfoldState& state, const std::vector<Event*>& events,
+// The summary, as far as `order` needs it, of the configuration made of `events` (numbers
+// of events in the prefix) and, if given, the possible extension `extra`.
+ConfigurationSummary summarizeConfiguration(const UnfoldState& state, const std::vector<uint32_t>& events,
                                             const Candidate* extra, int order);
 
 // For orders 1 to 4: negative if a is below b, positive if above, 0 if the order does not

@@ -3,70 +3,79 @@
 
 namespace nurex {
 
-void ConfigurationAnchor::anchor(Event* e, const Condition* alsoConsumed) {
-  past_.walkFrom(e);
+void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const Condition* alsoConsumed) {
+  past_.walkFrom(state, e ? e->index : NoIndex);
   consumed_.next();
   memo_.next();
-  for (Event* g : past_.events())
-    for (Condition* b : g->preset) consumed_.mark(b->index);
+  for (uint32_t g : past_.events())
+    for (uint32_t b : state.presetOf(g)) consumed_.mark(b);
   if (alsoConsumed) consumed_.mark(alsoConsumed->index);
 }
 
-bool ConfigurationAnchor::concurrent(const Condition* y) {
+bool ConfigurationAnchor::concurrent(const UnfoldState& state, const Condition* y) {
   if (consumed_.has(y->index)) return false;
-  Event* p = y->producer;
+  const Event* p = y->producer;
   if (!p || past_.contains(p)) return true;
-  return compatible(p);
+  return compatible(state, p->index);
 }
 
 void ConfigurationAnchor::failStack() {
-  for (auto& frame : frames_) memoValue_[frame.first->index] = Incompatible;
+  for (auto& frame : frames_) memoValue_[frame.first] = Incompatible;
   frames_.clear();
 }
 
-// Depth-first through the producers of [g] outside the anchor. An event of [g] that
-// consumes a condition consumed in the anchor is in conflict with it; then every event on
-// the current path contains that conflict in its past.
-bool ConfigurationAnchor::compatible(Event* g) {
-  if (memo_.has(g->index)) return memoValue_[g->index] == Compatible;
-  memo_.mark(g->index);
-  memoValue_[g->index] = Visiting;
-  frames_.clear();
+// An event outside the anchor that consumes a condition consumed in the anchor is in
+// conflict with it. False when g is.
+bool ConfigurationAnchor::enter(const UnfoldState& state, uint32_t g) {
+  memo_.mark(g);
+  memoValue_[g] = Visiting;
   frames_.push_back({g, 0});
+  for (uint32_t b : state.presetOf(g))
+    if (consumed_.has(b)) return false;
+  return true;
+}
+
+// Depth-first through the producers of [g] outside the anchor; a conflict found on the way
+// lies in the past of every event on the current path.
+bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
+  if (memo_.has(g)) return memoValue_[g] == Compatible;
+  frames_.clear();
+  if (!enter(state, g)) {
+    failStack();
+    return false;
+  }
   while (!frames_.empty()) {
-    auto& [event, next] = frames_.back();
-    if (next == event->preset.size()) {
-      memoValue_[event->index] = Compatible;
+    auto [event, next] = frames_.back();
+    std::span<const uint32_t> causes = state.producersOf(event);
+    if (next == causes.size()) {
+      memoValue_[event] = Compatible;
       frames_.pop_back();
       continue;
     }
-    Condition* b = event->preset[next++];
-    if (consumed_.has(b->index)) {
-      failStack();
-      return false;
-    }
-    Event* p = b->producer;
-    if (!p || past_.contains(p)) continue;
-    if (memo_.has(p->index)) {
-      if (memoValue_[p->index] == Incompatible) {
+    ++frames_.back().second;
+    uint32_t p = causes[next];
+    if (past_.contains(p)) continue;
+    if (memo_.has(p)) {
+      if (memoValue_[p] == Incompatible) {
         failStack();
         return false;
       }
       continue;
     }
-    memo_.mark(p->index);
-    memoValue_[p->index] = Visiting;
-    frames_.push_back({p, 0});
+    if (!enter(state, p)) {
+      failStack();
+      return false;
+    }
   }
   return true;
 }
 
-void CoClosure::compute(const std::vector<Condition*>& cut) {
+void CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut) {
   members_.next();
   counted_.next();
   places_.next();
   list_.clear();
-  for (Condition* c : cut) add(c);
+  for (uint32_t c : cut) add(state.conditions[c]);
   for (size_t i = 0; i < list_.size(); ++i) {
     Condition* x = list_[i];
     for (Event* g : x->postset) {

@@ -24,21 +24,21 @@ class ConfigurationAnchor {
   }
   // Anchors on [e] (null: the empty configuration); `alsoConsumed`, if given, is treated as
   // consumed by the anchor, which makes it and everything after it non-concurrent.
-  void anchor(Event* e, const Condition* alsoConsumed);
+  void anchor(const UnfoldState& state, const Event* e, const Condition* alsoConsumed);
   // Anchors on the condition x itself: [producer(x)] with x held as consumed.
-  void anchorCondition(const Condition* x) { anchor(x->producer, x); }
+  void anchorCondition(const UnfoldState& state, const Condition* x) { anchor(state, x->producer, x); }
   // Whether y stays in a cut together with the anchor's cut (y is not the anchor condition).
-  bool concurrent(const Condition* y);
-  const std::vector<Event*>& anchorEvents() const { return past_.events(); }
+  bool concurrent(const UnfoldState& state, const Condition* y);
 
  private:
-  bool compatible(Event* g);
+  bool compatible(const UnfoldState& state, uint32_t g);
+  bool enter(const UnfoldState& state, uint32_t g);
   void failStack();
   enum : uint8_t { Visiting = 1, Compatible = 2, Incompatible = 3 };
   PastWalker past_;
   StampSet consumed_, memo_;
   std::vector<uint8_t> memoValue_;
-  std::vector<std::pair<Event*, uint32_t>> frames_;
+  std::vector<std::pair<uint32_t, uint32_t>> frames_;  // event, next producer to look at
 };
 
 // The conditions concurrent with the postset of a new event e: the forward closure of the
@@ -54,7 +54,7 @@ class CoClosure {
     counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 2 + 16));
     places_.ensure(state.net.places.size());
   }
-  void compute(const std::vector<Condition*>& cut);
+  void compute(const UnfoldState& state, std::span<const uint32_t> cut);
   const std::vector<Condition*>& members() const { return list_; }
   bool contains(const Condition* c) const { return members_.has(c->index); }
   // Whether some member lies on the place.

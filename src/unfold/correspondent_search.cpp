@@ -33,6 +33,11 @@ class CorrespondentChecker {
   }
   bool below(const std::vector<Event*>& configuration, const Candidate& candidate,
              const ConfigurationSummary& summary) const;
+  static std::vector<uint32_t> numbers(const std::vector<Event*>& events) {
+    std::vector<uint32_t> out;
+    for (const Event* e : events) out.push_back(e->index);
+    return out;
+  }
   static std::vector<Event*> maximalEvents(const std::vector<Event*>& configuration);
 
   static constexpr int MarkingGroup = 1;
@@ -64,7 +69,8 @@ bool CorrespondentChecker::below(const std::vector<Event*>& configuration, const
     if (configuration.size() >= candidate.size) return false;
     return std::all_of(configuration.begin(), configuration.end(), [&](Event* f) { return walker_.contains(f); });
   }
-  return compareConfigurations(order, summarizeConfiguration(state_, configuration, nullptr, order), summary) < 0;
+  return compareConfigurations(order, summarizeConfiguration(state_, numbers(configuration), nullptr, order),
+                               summary) < 0;
 }
 
 std::vector<Event*> CorrespondentChecker::maximalEvents(const std::vector<Event*>& configuration) {
@@ -84,11 +90,11 @@ std::vector<Event*> CorrespondentChecker::maximalEvents(const std::vector<Event*
 // is excluded by a clause over the event variables, until one is below or none is left.
 bool CorrespondentChecker::check(const Candidate& candidate, std::vector<Event*>& maximal) {
   walker_.ensure(state_.events.size());
-  walker_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
+  walker_.walk(state_, candidate.preset());
   ConfigurationSummary summary = summarizeConfiguration(state_, walker_.events(), &candidate, state_.options.order);
   formula_->recreate_group(MarkingGroup);
   std::vector<bool> inMarking(state_.net.places.size(), false);
-  for (uint32_t p : candidate.marking) inMarking[p] = true;
+  for (uint32_t p : candidate.marking()) inMarking[p] = true;
   for (Place* p : state_.net.places) {
     Literal marked = variables_->place_marked(p, inMarking[p->index] ? 1 : -1);
     formula_->add_unit(inMarking[p->index] ? marked : negate(marked), MarkingGroup);

@@ -50,13 +50,15 @@ void ExtensionWorker::fail(uint32_t position, std::string text) {
   }
 }
 
-void ExtensionWorker::emit(const UnfoldState& state, Transition* t, std::vector<Condition*> preset) {
-  std::sort(preset.begin(), preset.end(), [](Condition* a, Condition* b) { return a->index < b->index; });
+void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::vector<Condition*>& preset) {
   auto* candidate = new Candidate;
   candidate->transition = t;
-  candidate->preset = std::move(preset);
+  candidate->presetSize = static_cast<uint32_t>(preset.size());
+  candidate->data.reserve(preset.size() * 2 + 2 * state.initialCount + 8);
+  for (const Condition* b : preset) candidate->data.push_back(b->index);
+  std::sort(candidate->data.begin(), candidate->data.end());
   if (Place* twice = describer_.describe(state, *candidate)) {
-    fail(position_, netNotSafe(twice->name, eventTrace(describer_.pastEvents(), {t})));
+    fail(position_, netNotSafe(twice->name, eventTrace(state, describer_.pastEvents(), {t})));
     delete candidate;
     return;
   }
@@ -67,9 +69,9 @@ void ExtensionWorker::seed(const UnfoldState& state) {
   prepare(state);
   position_ = 0;
   for (Transition* t : state.net.transitions)
-    if (t->preset.empty()) emit(state, t, {});
-  for (Condition* c : state.initialConditions)
-    for (Transition* t : c->place->postset) searchTransition(state, t, c);
+    if (t->preset.empty()) emit(state, t, std::vector<Condition*>{});
+  for (uint32_t i = 0; i < state.initialCount; ++i)
+    for (Transition* t : state.conditions[i]->place->postset) searchTransition(state, t, state.conditions[i]);
 }
 
 void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
@@ -77,8 +79,8 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   position_ = position;
   Event* e = state.events[state.batchEventsBegin + position];
   switch (state.coMethod()) {
-    case CoMethod::Closure: closure_.compute(state.batchCuts[position]); break;
-    case CoMethod::Plain: eventAnchor_.anchor(e, nullptr); break;
+    case CoMethod::Closure: closure_.compute(state, (*state.batch)[position]->cut()); break;
+    case CoMethod::Plain: eventAnchor_.anchor(state, e, nullptr); break;
     case CoMethod::Relation: break;
   }
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
@@ -101,7 +103,7 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
         break;
       case CoMethod::Plain:
         for (Condition* x : same)
-          if (x->producer != e && eventAnchor_.concurrent(x)) {
+          if (x->producer != e && eventAnchor_.concurrent(state, x)) {
             witness = x;
             break;
           }
@@ -150,19 +152,20 @@ bool ExtensionWorker::isPartner(const UnfoldState& state, Event* e, Condition* x
   if (e == nullptr) return x->producer == nullptr;
   if (x->producer && eventIsCutOff(x->producer)) return false;
   if (state.coMethod() == CoMethod::Relation) return state.relation->concurrent(x, c);
-  return eventAnchor_.concurrent(x);
+  return eventAnchor_.concurrent(state, x);
 }
 
 bool ExtensionWorker::pairConcurrent(const UnfoldState& state, const Condition* x, const Condition* y) {
   if (state.relation) return state.relation->concurrent(x, y);
-  return pairAnchor_.concurrent(y);
+  return pairAnchor_.concurrent(state, y);
 }
 
 // Each co-set is found once: from its highest-numbered condition, when that condition is new.
 void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, Condition* c) {
   size_t others = t->preset.size() - 1;
   if (others == 0) {
-    emit(state, t, {c});
+    chosen_.assign(1, c);
+    emit(state, t, chosen_);
     return;
   }
   if (lists_.size() < others) lists_.resize(others);
@@ -205,7 +208,7 @@ void ExtensionWorker::combine(const UnfoldState& state, Transition* t, Condition
   for (Condition* x : current[0]) {
     std::vector<std::vector<Condition*>>& next = lists_[level + 1];
     next.resize(current.size() - 1);
-    if (!state.relation) pairAnchor_.anchorCondition(x);
+    if (!state.relation) pairAnchor_.anchorCondition(state, x);
     bool open = true;
     for (size_t j = 1; j < current.size() && open; ++j) {
       next[j - 1].clear();

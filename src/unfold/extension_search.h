@@ -53,7 +53,7 @@ class ExtensionWorker {
   void combine(const UnfoldState& state, Transition* t, Condition* c, size_t level);
   bool isPartner(const UnfoldState& state, Event* e, Condition* x, Condition* c);
   bool pairConcurrent(const UnfoldState& state, const Condition* x, const Condition* y);
-  void emit(const UnfoldState& state, Transition* t, std::vector<Condition*> preset);
+  void emit(const UnfoldState& state, Transition* t, const std::vector<Condition*>& preset);
   void fail(uint32_t position, std::string text);
 
   CandidateQueue queue_;

@@ -3,31 +3,30 @@
 
 namespace nurex {
 
-void PastWalker::walk(Condition* const* conditions, uint32_t count) {
-  stamp_.next();
-  events_.clear();
-  for (uint32_t i = 0; i < count; ++i)
-    if (conditions[i]->producer) visit(conditions[i]->producer);
-  drain();
+// The collected events double as the stack: each is expanded once, in order.
+void PastWalker::drain(const UnfoldState& state, size_t from) {
+  for (size_t i = from; i < events_.size(); ++i)
+    for (uint32_t p : state.producersOf(events_[i])) visit(p);
 }
 
-void PastWalker::walkFrom(Event* e) {
+void PastWalker::walk(const UnfoldState& state, std::span<const uint32_t> conditions) {
   stamp_.next();
   events_.clear();
-  if (e) visit(e);
-  drain();
-}
-
-void PastWalker::drain() {
-  while (!stack_.empty()) {
-    Event* e = stack_.back();
-    stack_.pop_back();
-    for (Condition* b : e->preset)
-      if (b->producer) visit(b->producer);
+  for (uint32_t b : conditions) {
+    const Event* p = state.conditions[b]->producer;
+    if (p) visit(p->index);
   }
+  drain(state, 0);
 }
 
-uint64_t hashMarking(const std::vector<uint32_t>& marking) {
+void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
+  stamp_.next();
+  events_.clear();
+  if (e != NoIndex) visit(e);
+  drain(state, 0);
+}
+
+uint64_t hashMarking(std::span<const uint32_t> marking) {
   // FNV-1a over the place numbers, then a final mix so that the low bits spread well.
   uint64_t h = 1469598103934665603ull;
   for (uint32_t p : marking) {
@@ -44,37 +43,41 @@ uint64_t hashMarking(const std::vector<uint32_t>& marking) {
 // in ⌈e⌉ that no event of ⌈e⌉ consumes; removing e's preset gives the part of Cut([e]) that
 // exists before e, and adding e's postset gives Mark([e]).
 Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candidate) {
-  past_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
-  const std::vector<Event*>& past = past_.events();
+  std::span<const uint32_t> preset = candidate.preset();
+  past_.walk(state, preset);
+  const std::vector<uint32_t>& past = past_.events();
   candidate.size = static_cast<uint32_t>(past.size()) + 1;
   uint32_t depth = 0;
-  for (Condition* b : candidate.preset) depth = std::max(depth, state.depthOf(b));
+  for (uint32_t b : preset) depth = std::max(depth, state.depthOf(state.conditions[b]));
   candidate.depth = depth + 1;
 
   consumed_.next();
-  for (Event* g : past)
-    for (Condition* b : g->preset) consumed_.mark(b->index);
-  for (Condition* b : candidate.preset) consumed_.mark(b->index);
+  for (uint32_t g : past)
+    for (uint32_t b : state.presetOf(g)) consumed_.mark(b);
+  for (uint32_t b : preset) consumed_.mark(b);
 
-  candidate.cut.clear();
-  for (Condition* b : state.initialConditions)
-    if (!consumed_.has(b->index)) candidate.cut.push_back(b);
-  for (Event* g : past)
-    for (Condition* b : g->postset)
-      if (!consumed_.has(b->index)) candidate.cut.push_back(b);
+  std::vector<uint32_t>& data = candidate.data;
+  data.resize(candidate.presetSize);
+  for (uint32_t b = 0; b < state.initialCount; ++b)
+    if (!consumed_.has(b)) data.push_back(b);
+  for (uint32_t g : past)
+    for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b)
+      if (!consumed_.has(b)) data.push_back(b);
+  candidate.cutSize = static_cast<uint32_t>(data.size()) - candidate.presetSize;
 
   places_.next();
-  candidate.marking.clear();
-  for (Condition* b : candidate.cut) {
-    places_.mark(b->place->index);
-    candidate.marking.push_back(b->place->index);
+  for (uint32_t i = candidate.presetSize, end = static_cast<uint32_t>(data.size()); i < end; ++i) {
+    uint32_t p = state.conditionPlace[data[i]];
+    places_.mark(p);
+    data.push_back(p);
   }
   for (Place* p : candidate.transition->postset) {
     if (!places_.insert(p->index)) return p;
-    candidate.marking.push_back(p->index);
+    data.push_back(p->index);
   }
-  std::sort(candidate.marking.begin(), candidate.marking.end());
-  candidate.hash = hashMarking(candidate.marking);
+  auto marking = data.begin() + candidate.presetSize + candidate.cutSize;
+  std::sort(marking, data.end());
+  candidate.hash = hashMarking(candidate.marking());
   return nullptr;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "unfold/unfold_state.h"
@@ -36,26 +37,26 @@ class StampSet {
   uint32_t generation_ = 1;
 };
 
-// The union of the local configurations of the producers of some conditions.
+// The union of the local configurations of the producers of some conditions, over the
+// compact tables of the state; events are numbers.
 class PastWalker {
  public:
   void ensure(uint32_t eventCount) { stamp_.ensure(eventCount); }
-  void walk(Condition* const* conditions, uint32_t count);
-  // [e] itself, e included; e may be null (the empty configuration).
-  void walkFrom(Event* e);
+  // The past of the conditions (by number): ⋃ [producer].
+  void walk(const UnfoldState& state, std::span<const uint32_t> conditions);
+  // [e] itself, e included; NoIndex gives the empty configuration.
+  void walkFrom(const UnfoldState& state, uint32_t e);
+  bool contains(uint32_t e) const { return stamp_.has(e); }
   bool contains(const Event* e) const { return stamp_.has(e->index); }
-  const std::vector<Event*>& events() const { return events_; }
+  const std::vector<uint32_t>& events() const { return events_; }
 
  private:
-  void visit(Event* e) {
-    if (stamp_.insert(e->index)) {
-      events_.push_back(e);
-      stack_.push_back(e);
-    }
+  void visit(uint32_t e) {
+    if (stamp_.insert(e)) events_.push_back(e);
   }
-  void drain();
+  void drain(const UnfoldState& state, size_t from);
   StampSet stamp_;
-  std::vector<Event*> events_, stack_;
+  std::vector<uint32_t> events_;
 };
 
 // Scratch of one thread for describing possible extensions.
@@ -66,11 +67,11 @@ class CandidateDescriber {
     consumed_.ensure(state.conditions.size());
     places_.ensure(state.net.places.size());
   }
-  // Fills size, depth, cut, marking and hash from transition and preset. Returns the place
-  // that [e] would mark twice, or null when the marking is safe.
+  // Fills size, depth, cut, marking and hash of a candidate whose transition is set and
+  // whose data holds the preset. Returns the place that [e] would mark twice, or null.
   Place* describe(const UnfoldState& state, Candidate& candidate);
   // The events of the last described ⌈e⌉ = [e] without e.
-  const std::vector<Event*>& pastEvents() const { return past_.events(); }
+  const std::vector<uint32_t>& pastEvents() const { return past_.events(); }
 
  private:
   PastWalker past_;
@@ -78,6 +79,6 @@ class CandidateDescriber {
 };
 
 // A hash of a sorted marking.
-uint64_t hashMarking(const std::vector<uint32_t>& marking);
+uint64_t hashMarking(std::span<const uint32_t> marking);
 
 }  // namespace nurex

@@ -5,18 +5,18 @@
 
 namespace nurex {
 
-bool MarkingTable::holds(const Record& r, const std::vector<uint32_t>& marking) const {
+bool MarkingTable::holds(const Record& r, std::span<const uint32_t> marking) const {
   return r.markingSize == marking.size() &&
          std::equal(marking.begin(), marking.end(), places_.begin() + r.markingBegin);
 }
 
-uint32_t MarkingTable::find(const std::vector<uint32_t>& marking, uint64_t hash) const {
+uint32_t MarkingTable::find(std::span<const uint32_t> marking, uint64_t hash) const {
   for (uint32_t r = buckets_[hash & BucketMask]; r != NoRecord; r = records_[r].next)
     if (holds(records_[r], marking)) return r;
   return NoRecord;
 }
 
-MarkingTable::Record& MarkingTable::insert(const std::vector<uint32_t>& marking, uint64_t hash) {
+MarkingTable::Record& MarkingTable::insert(std::span<const uint32_t> marking, uint64_t hash) {
   uint32_t found = find(marking, hash);
   if (found != NoRecord) return records_[found];
   Record r;

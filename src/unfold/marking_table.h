@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "model/prefix.h"
@@ -27,15 +28,15 @@ class MarkingTable {
   MarkingTable() : buckets_(BucketCount, NoRecord) {}
 
   // The record number of the marking (place indices ascending), or NoRecord.
-  uint32_t find(const std::vector<uint32_t>& marking, uint64_t hash) const;
+  uint32_t find(std::span<const uint32_t> marking, uint64_t hash) const;
   // The record of the marking, created empty if new. References stay valid only until the
   // next insertion.
-  Record& insert(const std::vector<uint32_t>& marking, uint64_t hash);
+  Record& insert(std::span<const uint32_t> marking, uint64_t hash);
   Record& record(uint32_t number) { return records_[number]; }
   uint32_t recordCount() const { return static_cast<uint32_t>(records_.size()); }
 
  private:
-  bool holds(const Record& r, const std::vector<uint32_t>& marking) const;
+  bool holds(const Record& r, std::span<const uint32_t> marking) const;
 
   std::vector<uint32_t> buckets_;
   std::vector<Record> records_;

@@ -55,22 +55,23 @@ bool Unfolder::start() {
     c->place = p;
     state_.conditions.add(c);
     state_.placeConditions[p->index].push_back(c);
-    state_.initialConditions.push_back(c);
+    state_.conditionPlace.push_back(p->index);
   }
-  if (state_.initialConditions.empty()) reportWarning("the initial marking is empty");
+  state_.initialCount = state_.conditions.size();
+  state_.postsetBegin.assign(1, state_.initialCount);
+  if (state_.initialCount == 0) reportWarning("the initial marking is empty");
   // A transition without preset can fire any number of times.
   for (Transition* t : net.transitions)
     if (t->preset.empty() && !t->postset.empty()) {
       reportError(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
       return false;
     }
-  std::vector<uint32_t> initial;
-  for (Condition* c : state_.initialConditions) initial.push_back(c->place->index);
+  std::vector<uint32_t> initial(state_.conditionPlace);
   table_.insert(initial, hashMarking(initial)).emptyConfiguration = true;
   if (state_.options.conc_rel_size > 0) {
     state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
                                                             static_cast<uint32_t>(state_.options.conc_rel_size));
-    state_.relation->setInitialRow(state_.conditions.size());
+    state_.relation->setInitialRow(state_.initialCount);
   }
   if (state_.options.non_local_correspondents) correspondents_ = std::make_unique<CorrespondentSearch>(state_, pool_.threads());
   workers_[0].seed(state_);
@@ -94,21 +95,22 @@ bool Unfolder::fetchBatch() {
 void Unfolder::sortBatch() {
   std::sort(batch_.begin(), batch_.end(), [](const Candidate* a, const Candidate* b) {
     if (a->transition->index != b->transition->index) return a->transition->index < b->transition->index;
-    return std::lexicographical_compare(a->preset.begin(), a->preset.end(), b->preset.begin(), b->preset.end(),
-                                        [](Condition* x, Condition* y) { return x->index < y->index; });
+    std::span<const uint32_t> x = a->preset(), y = b->preset();
+    return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
   });
 }
 
 // An event of a dummy that may not be a cut-off, whose marking was reached before in its
 // own past by a run of such events only, lies on a cycle that would unfold for ever.
 bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record) {
-  walker_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
-  std::vector<Event*> past = walker_.events();
+  walker_.walk(state_, candidate.preset());
+  std::vector<uint32_t> past = walker_.events();
   auto onlyDummiesAbove = [&](Event* f) {
     std::vector<Event*> below = f ? localConfiguration(f) : std::vector<Event*>{};
-    for (Event* g : past)
-      if (!std::binary_search(below.begin(), below.end(), g, [](Event* a, Event* b) { return a->index < b->index; }) &&
-          state_.mayBeCutOff[g->transition->index])
+    for (uint32_t g : past)
+      if (!std::binary_search(below.begin(), below.end(), state_.events[g],
+                              [](Event* a, Event* b) { return a->index < b->index; }) &&
+          state_.mayBeCutOff[state_.eventTransition[g]])
         return false;
     return true;
   };
@@ -118,7 +120,7 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
     if (walker_.contains(f)) cycle = onlyDummiesAbove(f);
   }
   if (!cycle) return true;
-  reportError(dummyCycleText(eventTrace(past, {candidate.transition})));
+  reportError(dummyCycleText(eventTrace(state_, past, {candidate.transition})));
   return false;
 }
 
@@ -126,7 +128,7 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
 // which also asks for inclusion, it is below the candidate.
 bool Unfolder::decideFromTable(uint32_t position) {
   const Candidate& candidate = *batch_[position];
-  uint32_t found = table_.find(candidate.marking, candidate.hash);
+  uint32_t found = table_.find(candidate.marking(), candidate.hash);
   if (found == MarkingTable::NoRecord) return true;
   MarkingTable::Record* record = &table_.record(found);
   if (!state_.mayBeCutOff[candidate.transition->index]) return checkDummyCycle(candidate, *record);
@@ -136,7 +138,7 @@ bool Unfolder::decideFromTable(uint32_t position) {
     return true;
   }
   if (state_.options.order == 0) {
-    walker_.walk(candidate.preset.data(), static_cast<uint32_t>(candidate.preset.size()));
+    walker_.walk(state_, candidate.preset());
     for (Event* f : record->events)
       if (walker_.contains(f)) {
         d.kind = Decision::Earlier;
@@ -157,27 +159,42 @@ bool Unfolder::decideFromTable(uint32_t position) {
 void Unfolder::decideWithinBatch() {
   int order = state_.options.order;
   if (order < 2) return;
-  std::map<std::pair<uint64_t, std::vector<uint32_t>>, std::vector<uint32_t>> groups;
-  std::vector<const std::vector<uint32_t>*> firsts;
+  std::vector<uint32_t> open;
   for (uint32_t i = 0; i < batch_.size(); ++i)
-    if (decisions_[i].kind == Decision::NotCutOff) groups[{batch_[i]->hash, batch_[i]->marking}].push_back(i);
-  for (auto& [key, members] : groups) {
-    if (members.size() < 2) continue;
-    std::vector<ConfigurationSummary> summaries;
-    for (uint32_t i : members) {
-      walker_.walk(batch_[i]->preset.data(), static_cast<uint32_t>(batch_[i]->preset.size()));
-      summaries.push_back(summarizeConfiguration(state_, walker_.events(), batch_[i], order));
-    }
-    size_t lowest = 0;
-    for (size_t k = 1; k < members.size(); ++k)
-      if (compareConfigurations(order, summaries[k], summaries[lowest]) < 0) lowest = k;
-    for (size_t k = 0; k < members.size(); ++k) {
-      uint32_t i = members[k];
-      if (k == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
-      if (compareConfigurations(order, summaries[lowest], summaries[k]) < 0) {
-        decisions_[i].kind = Decision::SameBatch;
-        decisions_[i].position = members[lowest];
-      }
+    if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
+  auto sameMarking = [this](uint32_t i, uint32_t j) {
+    std::span<const uint32_t> a = batch_[i]->marking(), b = batch_[j]->marking();
+    return batch_[i]->hash == batch_[j]->hash && std::equal(a.begin(), a.end(), b.begin(), b.end());
+  };
+  // Grouped by marking; within a group the batch order stays.
+  std::stable_sort(open.begin(), open.end(), [this](uint32_t i, uint32_t j) {
+    if (batch_[i]->hash != batch_[j]->hash) return batch_[i]->hash < batch_[j]->hash;
+    std::span<const uint32_t> a = batch_[i]->marking(), b = batch_[j]->marking();
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+  });
+  for (size_t begin = 0, end; begin < open.size(); begin = end) {
+    for (end = begin + 1; end < open.size() && sameMarking(open[begin], open[end]);) ++end;
+    if (end - begin > 1) decideGroup(std::span<const uint32_t>(open.data() + begin, end - begin));
+  }
+}
+
+// The lowest of a group with one marking corresponds to every member above it.
+void Unfolder::decideGroup(std::span<const uint32_t> members) {
+  int order = state_.options.order;
+  std::vector<ConfigurationSummary> summaries;
+  for (uint32_t i : members) {
+    walker_.walk(state_, batch_[i]->preset());
+    summaries.push_back(summarizeConfiguration(state_, walker_.events(), batch_[i], order));
+  }
+  size_t lowest = 0;
+  for (size_t k = 1; k < members.size(); ++k)
+    if (compareConfigurations(order, summaries[k], summaries[lowest]) < 0) lowest = k;
+  for (size_t k = 0; k < members.size(); ++k) {
+    uint32_t i = members[k];
+    if (k == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
+    if (compareConfigurations(order, summaries[lowest], summaries[k]) < 0) {
+      decisions_[i].kind = Decision::SameBatch;
+      decisions_[i].position = members[lowest];
     }
   }
 }
@@ -212,29 +229,39 @@ void Unfolder::dropRelation() {
 void Unfolder::commit() {
   state_.batchEventsBegin = state_.events.size();
   state_.batchConditionsBegin = state_.conditions.size();
-  state_.batchCuts.clear();
+  state_.batch = &batch_;
   state_.batchExtended.clear();
   for (uint32_t i = 0; i < batch_.size(); ++i) {
-    Candidate* candidate = batch_[i];
+    const Candidate* candidate = batch_[i];
     auto* e = new Event;
     e->transition = candidate->transition;
     state_.events.add(e);
-    for (Condition* b : candidate->preset) {
-      e->preset.push_back(b);
-      b->postset.push_back(e);
+    for (uint32_t b : candidate->preset()) {
+      Condition* c = state_.conditions[b];
+      e->preset.push_back(c);
+      c->postset.push_back(e);
+      state_.presetConditions.push_back(b);
+      if (c->producer) state_.producers.push_back(c->producer->index);
     }
+    // Distinct producers: a producer's postset conditions are numbered together.
+    auto first = state_.producers.begin() + state_.producerBegin.back();
+    std::sort(first, state_.producers.end());
+    state_.producers.erase(std::unique(first, state_.producers.end()), state_.producers.end());
+    state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
+    state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
     state_.eventDepth.push_back(candidate->depth);
-    state_.eventSize.push_back(candidate->size);
+    state_.eventTransition.push_back(candidate->transition->index);
     bool cutOff = decisions_[i].kind != Decision::NotCutOff;
     for (Place* p : candidate->transition->postset) {
       auto* c = new Condition;
       c->producer = e;
       c->place = p;
       state_.conditions.add(c);
+      state_.conditionPlace.push_back(p->index);
       if (!cutOff) state_.placeConditions[p->index].push_back(c);
       e->postset.push_back(c);
     }
-    state_.batchCuts.push_back(std::move(candidate->cut));
+    state_.postsetBegin.push_back(state_.conditions.size());
     if (!cutOff) state_.batchExtended.push_back(i);
   }
   for (uint32_t i = 0; i < batch_.size(); ++i) {
@@ -242,7 +269,7 @@ void Unfolder::commit() {
     const Decision& d = decisions_[i];
     switch (d.kind) {
       case Decision::NotCutOff:
-        table_.insert(batch_[i]->marking, batch_[i]->hash).events.push_back(e);
+        table_.insert(batch_[i]->marking(), batch_[i]->hash).events.push_back(e);
         continue;
       case Decision::Initial: e->correspondent.setInitialState(); break;
       case Decision::Earlier: e->correspondent.setEvent(d.earlier); break;
@@ -299,9 +326,11 @@ bool Unfolder::run() {
     if (state_.options.print_running_statistics) printRunningStatistics();
     if (state_.relation && batch_.size() + state_.conditions.size() > state_.relation->limit()) dropRelation();
     commit();
+    bool extended = extendBatch();
     for (Candidate* c : batch_) delete c;
     batch_.clear();
-    if (!extendBatch()) return false;
+    state_.batch = nullptr;
+    if (!extended) return false;
   }
   finish();
   return true;
@@ -309,13 +338,12 @@ bool Unfolder::run() {
 
 void Unfolder::finish() {
   dropRelation();
-  state_.batchCuts.clear();
   if (state_.options.no_cutoffs) removeCutOffs();
   if (state_.options.print_statistics)
     printTo(stdout, "\n slices=%u largest slice=%u markings=%u", sliceCount_, largestSlice_, table_.recordCount());
   if (state_.options.print_time) printTo(stdout, "\n unfolding time: %.3f s", monotonicSeconds() - startTime_);
   // An empty initial marking has had its own warning.
-  bool anyNonCutOff = state_.initialConditions.empty();
+  bool anyNonCutOff = state_.initialCount == 0;
   for (Event* e : state_.events)
     if (!eventIsCutOff(e)) {
       anyNonCutOff = true;

@@ -38,6 +38,7 @@ class Unfolder {
   bool decideCutOffs();
   bool decideFromTable(uint32_t position);
   void decideWithinBatch();
+  void decideGroup(std::span<const uint32_t> members);
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,23 +15,30 @@
 namespace nurex {
 
 // A possible extension: an event not yet in the prefix, with what its local configuration
-// [e] tells about it.
+// [e] tells about it. Preset, cut and marking share one array, so that a candidate costs
+// two allocations.
 struct Candidate {
   Transition* transition = nullptr;
-  std::vector<Condition*> preset;  // sorted by index
-  std::vector<Condition*> cut;     // final cut of [e] without e's own postset
-  std::vector<uint32_t> marking;   // final marking of [e], place indices ascending
-  uint64_t hash = 0;               // of `marking`
-  uint32_t size = 0;               // |[e]|
-  uint32_t depth = 0;              // causal depth of e (its Foata level), from 1
+  uint64_t hash = 0;       // of the marking
+  uint32_t size = 0;       // |[e]|
+  uint32_t depth = 0;      // causal depth of e (its Foata level), from 1
+  uint32_t presetSize = 0;
+  uint32_t cutSize = 0;    // final cut of [e] without e's own postset
+  std::vector<uint32_t> data;  // preset condition numbers (ascending), cut condition numbers, marked places (ascending)
+
+  std::span<const uint32_t> preset() const { return {data.data(), presetSize}; }
+  std::span<const uint32_t> cut() const { return {data.data() + presetSize, cutSize}; }
+  std::span<const uint32_t> marking() const {
+    return {data.data() + presetSize + cutSize, data.size() - presetSize - cutSize};
+  }
 };
 
 // How a batch event ends up: no cut-off, or a cut-off and its correspondent.
 struct CutOffDecision {
   enum Kind : uint8_t { NotCutOff, Initial, Earlier, SameBatch, NonLocal } kind = NotCutOff;
-  Event* earlier = nullptr;         // Earlier: an event of an earlier batch
-  uint32_t position = 0;            // SameBatch: the position of the correspondent in the batch
-  std::vector<Event*> maximal;      // NonLocal: the maximal events of the configuration found
+  Event* earlier = nullptr;     // Earlier: an event of an earlier batch
+  uint32_t position = 0;        // SameBatch: the position of the correspondent in the batch
+  std::vector<Event*> maximal;  // NonLocal: the maximal events of the configuration found
 };
 
 // The three ways of finding the conditions concurrent with a new event's postset.
@@ -43,21 +51,28 @@ struct UnfoldState {
   const UnfoldOptions& options;
   std::vector<uint8_t> mayBeCutOff;  // per transition: false for dummies of an Stg unless allowed
 
-  NodeList<Condition> conditions;
+  NodeList<Condition> conditions;  // the initial conditions come first
   NodeList<Event> events;
   std::vector<std::vector<Condition*>> placeConditions;  // per place, by index; no cut-off postsets
-  std::vector<Condition*> initialConditions;
+  uint32_t initialCount = 0;
 
-  // Side tables per event, by index.
-  std::vector<uint32_t> eventDepth;  // causal depth, from 1
-  std::vector<uint32_t> eventSize;   // |[e]|
+  // Compact copies of the structure for the walks over local configurations, by index.
+  // An event's postset conditions are numbered consecutively.
+  std::vector<uint32_t> eventDepth;        // causal depth, from 1
+  std::vector<uint32_t> eventTransition;   // transition index
+  std::vector<uint32_t> producerBegin{0};  // into `producers`, one entry more than events
+  std::vector<uint32_t> producers;         // distinct producers of each event's preset
+  std::vector<uint32_t> presetBegin{0};    // into `presetConditions`, one entry more than events
+  std::vector<uint32_t> presetConditions;
+  std::vector<uint32_t> postsetBegin;      // first postset condition, one entry more than events
+  std::vector<uint32_t> conditionPlace;
 
-  // The batch being extended: events [batchEventsBegin, events.size()), whose postset
-  // conditions start at batchConditionsBegin.
+  // The batch being extended: events [batchEventsBegin, events.size()), made from the
+  // candidates of `batch` in that order; their postset conditions start at batchConditionsBegin.
   uint32_t batchEventsBegin = 0;
   uint32_t batchConditionsBegin = 0;
-  std::vector<std::vector<Condition*>> batchCuts;  // cut of each batch event, by position
-  std::vector<uint32_t> batchExtended;              // positions of the batch's non-cut-offs
+  const std::vector<Candidate*>* batch = nullptr;
+  std::vector<uint32_t> batchExtended;  // positions of the batch's non-cut-offs
 
   std::unique_ptr<ConcurrencyRelation> relation;
 
@@ -66,11 +81,18 @@ struct UnfoldState {
     return options.unoptimized_trees ? CoMethod::Plain : CoMethod::Closure;
   }
   uint32_t depthOf(const Condition* c) const { return c->producer ? eventDepth[c->producer->index] : 0; }
+  std::span<const uint32_t> producersOf(uint32_t e) const {
+    return {producers.data() + producerBegin[e], producerBegin[e + 1] - producerBegin[e]};
+  }
+  std::span<const uint32_t> presetOf(uint32_t e) const {
+    return {presetConditions.data() + presetBegin[e], presetBegin[e + 1] - presetBegin[e]};
+  }
 };
 
 // "the net is not safe, place " + name + "; trace:\n" + trace.
 std::string netNotSafe(const std::string& placeName, const std::string& trace);
 // Names of the transitions of the given events by ascending index, then `extra` names.
 std::string eventTrace(std::vector<Event*> events, const std::vector<Transition*>& extra = {});
+std::string eventTrace(const UnfoldState& state, std::vector<uint32_t> events, const std::vector<Transition*>& extra);
 
 }  // namespace nurex

@@ -8,6 +8,7 @@
 #include "platform/reporter.h"
 #include "platform/system.h"
 #include "unfold/unfold_engine.h"
+#include "unfold/unfold_state.h"
 
 namespace nurex {
 
@@ -25,6 +26,12 @@ std::string eventTrace(std::vector<Event*> events, const std::vector<Transition*
   for (Event* e : events) append(e->transition);
   for (Transition* t : extra) append(t);
   return text;
+}
+
+std::string eventTrace(const UnfoldState& state, std::vector<uint32_t> events, const std::vector<Transition*>& extra) {
+  std::vector<Event*> nodes;
+  for (uint32_t e : events) nodes.push_back(state.events[e]);
+  return eventTrace(std::move(nodes), extra);
 }
 
 UnfoldOptions reUnfoldingOptions() {

@@ -6,15 +6,17 @@
 namespace nurex::test {
 namespace {
 
+// A summary from the transitions of each Foata level, the first level first.
 ConfigurationSummary summary(std::vector<std::vector<uint32_t>> levels, std::vector<std::vector<uint32_t>> causal = {}) {
   ConfigurationSummary s;
-  for (auto& level : levels) {
-    std::sort(level.begin(), level.end());
-    s.parikh.insert(s.parikh.end(), level.begin(), level.end());
-    s.size += static_cast<uint32_t>(level.size());
-  }
+  for (uint64_t depth = 1; depth <= levels.size(); ++depth)
+    for (uint32_t t : levels[depth - 1]) {
+      s.parikh.push_back(t);
+      s.foata.push_back(depth << 32 | t);
+      ++s.size;
+    }
   std::sort(s.parikh.begin(), s.parikh.end());
-  s.levels = std::move(levels);
+  std::sort(s.foata.begin(), s.foata.end());
   s.causal = std::move(causal);
   return s;
 }
