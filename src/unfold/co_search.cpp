@@ -89,3 +89,14 @@ void CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut)
 }
 
 }  // namespace nurex
+
+namespace nurex {
+
+void CoClosure::read(const UnfoldState& state, const Event* e) {
+  members_.next();
+  places_.next();
+  list_.clear();
+  state.relation->forEachConcurrent(e, [this](const Condition* c) { add(const_cast<Condition*>(c)); });
+}
+
+}  // namespace nurex

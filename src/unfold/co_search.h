@@ -55,6 +55,8 @@ class CoClosure {
     places_.ensure(state.net.places.size());
   }
   void compute(const UnfoldState& state, std::span<const uint32_t> cut);
+  // The same set read from the row of e in the concurrency relation.
+  void read(const UnfoldState& state, const Event* e);
   const std::vector<Condition*>& members() const { return list_; }
   bool contains(const Condition* c) const { return members_.has(c->index); }
   // Whether some member lies on the place.

@@ -46,26 +46,24 @@ bool ConcurrencyRelation::concurrent(const Condition* x, const Condition* y) con
   return rx.bits >= ry.bits ? test(rx, y->index) : test(ry, x->index);
 }
 
-// The conditions older than the batch (numbered below `older`) that are concurrent with
-// every preset condition of e. Below the shortest row of a producer this is an AND of
-// whole words of the producers' rows (each widened by the siblings of its condition);
-// above it each bit is asked of the relation, whose rows there are complete.
-void ConcurrencyRelation::intersectOlder(Row& row, const Event* e, uint32_t older) const {
-  uint32_t shortest = older;
+// Below the shortest row of a producer of e's preset, a condition is concurrent with e's
+// postset iff it is with every preset condition: the AND of the producers' rows, each
+// widened by the siblings of its condition, without the preset. Returns that bound.
+uint32_t ConcurrencyRelation::intersectProducerRows(Row& row, const Event* e) const {
+  if (e->preset.empty()) return 0;
+  uint32_t shortest = row.bits;
   for (const Condition* b : e->preset) shortest = std::min(shortest, rowOf(b->producer).bits);
   uint32_t words = (shortest + 31) / 32;
   std::vector<uint32_t> kept;
   bool first = true;
   for (const Condition* b : e->preset) {
     const Row& source = rowOf(b->producer);
-    const PtrArray<Condition>* siblings = nullptr;
-    if (b->producer) siblings = &b->producer->postset;
     kept.clear();
     auto keepSibling = [&](const Condition* y) {
       if (y != b && y->index < shortest && (first || test(row, y->index))) kept.push_back(y->index);
     };
-    if (siblings) {
-      for (const Condition* y : *siblings) keepSibling(y);
+    if (b->producer) {
+      for (const Condition* y : b->producer->postset) keepSibling(y);
     } else {
       for (uint32_t i = 0; i < initialRow_.bits; ++i) keepSibling(conditions_[i]);
     }
@@ -76,43 +74,54 @@ void ConcurrencyRelation::intersectOlder(Row& row, const Event* e, uint32_t olde
     first = false;
   }
   if (shortest & 31) row.words[words - 1] &= (1u << (shortest & 31)) - 1;
-  for (uint32_t i = shortest; i < older; ++i) {
-    const Condition* x = conditions_[i];
-    if (x->producer && eventIsCutOff(x->producer)) continue;
-    bool all = true;
-    for (const Condition* b : e->preset)
-      if (!concurrent(x, b)) {
-        all = false;
-        break;
-      }
-    if (all) set(row, i);
-  }
   for (const Condition* b : e->preset)
-    if (b->index < older) clear(row, b->index);
+    if (b->index < shortest) clear(row, b->index);
+  return shortest;
 }
 
-// Two events of one batch have equal local configuration sizes, so neither causes the
-// other; their postsets are concurrent iff the union of their presets is a co-set, that is
-// iff the other event's preset lies in the row computed so far.
-void ConcurrencyRelation::computeRow(const Event* e, uint32_t batchEventsBegin, uint32_t batchConditionsBegin) {
+// Above the bound, the row is the forward closure of what is known: a condition there is
+// in Cut([e]) or is produced by an event whose whole preset is concurrent with e's
+// postset (pairwise concurrent conditions form a co-set). Only events with a postset
+// condition above the bound matter; a consumer list is sorted by event number, so they
+// are its tail.
+void ConcurrencyRelation::closeAbove(Row& row, const Event* e, std::span<const uint32_t> cut, uint32_t shortest,
+                                     RowScratch& scratch) const {
+  scratch.counted.ensure(events_.size());
+  if (scratch.counts.size() < events_.size()) scratch.counts.resize(events_.size() + events_.size() / 2 + 16);
+  scratch.counted.next();
+  scratch.work.clear();
+  auto add = [&](const Condition* y) {
+    if (!test(row, y->index)) {
+      set(row, y->index);
+      scratch.work.push_back(y);
+    }
+  };
+  auto countConsumers = [&](const Condition* x) {
+    for (auto it = x->postset.end(); it != x->postset.begin();) {
+      const Event* g = *--it;
+      if (g->postset.empty()) continue;
+      if (g->postset.back()->index < shortest) break;
+      if (g == e || eventIsCutOff(g)) continue;
+      if (scratch.counted.insert(g->index)) scratch.counts[g->index] = 0;
+      if (++scratch.counts[g->index] == g->preset.size())
+        for (const Condition* y : g->postset) add(y);
+    }
+  };
+  // The members below the bound; the last word may also hold bits set above it meanwhile.
+  for (uint32_t w = 0; w < (shortest + 31) / 32; ++w) {
+    uint32_t bits = row.words[w];
+    if (w == shortest / 32) bits &= (1u << (shortest & 31)) - 1;
+    for (; bits; bits &= bits - 1) countConsumers(conditions_[w * 32 + __builtin_ctz(bits)]);
+  }
+  for (uint32_t c : cut)
+    if (c >= shortest) add(conditions_[c]);
+  for (size_t i = 0; i < scratch.work.size(); ++i) countConsumers(scratch.work[i]);
+}
+
+void ConcurrencyRelation::computeRow(const Event* e, std::span<const uint32_t> cut, RowScratch& scratch) {
   Row row = allocate(conditions_.size());
-  if (e->preset.empty()) {
-    for (uint32_t i = 0; i < initialRow_.bits; ++i) set(row, i);
-  } else {
-    intersectOlder(row, e, batchConditionsBegin);
-  }
-  for (uint32_t k = batchEventsBegin; k < events_.size(); ++k) {
-    const Event* g = events_[k];
-    if (g == e || eventIsCutOff(g)) continue;
-    bool inRow = true;
-    for (const Condition* b : g->preset)
-      if (!test(row, b->index)) {
-        inRow = false;
-        break;
-      }
-    if (inRow)
-      for (const Condition* y : g->postset) set(row, y->index);
-  }
+  uint32_t shortest = intersectProducerRows(row, e);
+  closeAbove(row, e, cut, shortest, scratch);
   std::free(rows_[e->index].words);
   rows_[e->index] = row;
 }

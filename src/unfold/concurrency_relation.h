@@ -4,11 +4,20 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "model/prefix.h"
+#include "unfold/stamp_set.h"
 
 namespace nurex {
+
+// Scratch of one thread for row updates.
+struct RowScratch {
+  StampSet counted;
+  std::vector<uint32_t> counts;
+  std::vector<const Condition*> work;
+};
 
 // Bit b of the row of event e is set when condition b is concurrent with e's postset and
 // not in it. A row covers the conditions that existed when e's batch was committed, its
@@ -27,12 +36,15 @@ class ConcurrencyRelation {
   void setInitialRow(uint32_t initialConditions);
   // Room for the rows of the events up to `eventCount`; main thread, between passes.
   void growRows(uint32_t eventCount);
-  // The row of the batch event e; the batch holds the events from `batchEventsBegin` on and
-  // their conditions from `batchConditionsBegin` on. Writes e's row alone, reads earlier rows.
-  void computeRow(const Event* e, uint32_t batchEventsBegin, uint32_t batchConditionsBegin);
+  // The row of a non-cut-off event e of the batch just committed, from `cut`, the numbers of
+  // the conditions of Cut([e]) outside e's postset. Writes e's row alone, reads earlier rows.
+  void computeRow(const Event* e, std::span<const uint32_t> cut, RowScratch& scratch);
 
   // Constant time, for two conditions present in the relation (no cut-off postsets).
   bool concurrent(const Condition* x, const Condition* y) const;
+  // The conditions concurrent with e's postset, e's row having been computed.
+  template <class F>
+  void forEachConcurrent(const Event* e, F&& visit) const;
 
   // Nodes (conditions other than cut-off postsets) and edges (concurrent pairs) of the
   // relation seen as a graph.
@@ -49,7 +61,9 @@ class ConcurrencyRelation {
   static void set(Row& row, uint32_t bit) { row.words[bit >> 5] |= 1u << (bit & 31); }
   static void clear(Row& row, uint32_t bit) { row.words[bit >> 5] &= ~(1u << (bit & 31)); }
   static Row allocate(uint32_t bits);
-  void intersectOlder(Row& row, const Event* e, uint32_t older) const;
+  uint32_t intersectProducerRows(Row& row, const Event* e) const;
+  void closeAbove(Row& row, const Event* e, std::span<const uint32_t> cut, uint32_t shortest,
+                  RowScratch& scratch) const;
 
   const NodeList<Condition>& conditions_;
   const NodeList<Event>& events_;
@@ -57,5 +71,12 @@ class ConcurrencyRelation {
   std::vector<Row> rows_;
   Row initialRow_;
 };
+
+template <class F>
+void ConcurrencyRelation::forEachConcurrent(const Event* e, F&& visit) const {
+  const Row& row = rows_[e->index];
+  for (uint32_t w = 0, words = (row.bits + 31) / 32; w < words; ++w)
+    for (uint32_t bits = row.words[w]; bits; bits &= bits - 1) visit(conditions_[w * 32 + __builtin_ctz(bits)]);
+}
 
 }  // namespace nurex

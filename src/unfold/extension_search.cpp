@@ -80,11 +80,11 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   Event* e = state.events[state.batchEventsBegin + position];
   switch (state.coMethod()) {
     case CoMethod::Closure: closure_.compute(state, (*state.batch)[position]->cut()); break;
+    case CoMethod::Relation: closure_.read(state, e); break;
     case CoMethod::Plain: eventAnchor_.anchor(state, e, nullptr); break;
-    case CoMethod::Relation: break;
   }
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
-  if (state.coMethod() == CoMethod::Closure) collectPartners(state, e);
+  if (state.coMethod() != CoMethod::Plain) collectPartners(state, e);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
 }
@@ -95,26 +95,16 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
   for (Condition* c : e->postset) {
     Condition* witness = nullptr;
     const std::vector<Condition*>& same = state.placeConditions[c->place->index];
-    switch (state.coMethod()) {
-      case CoMethod::Closure:
-        if (closure_.coversPlace(c->place))
-          for (Condition* x : closure_.members())
-            if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
-        break;
-      case CoMethod::Plain:
-        for (Condition* x : same)
-          if (x->producer != e && eventAnchor_.concurrent(state, x)) {
-            witness = x;
-            break;
-          }
-        break;
-      case CoMethod::Relation:
-        for (Condition* x : same)
-          if (x != c && state.relation->concurrent(x, c)) {
-            witness = x;
-            break;
-          }
-        break;
+    if (state.coMethod() != CoMethod::Plain) {
+      if (closure_.coversPlace(c->place))
+        for (Condition* x : closure_.members())
+          if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
+    } else {
+      for (Condition* x : same)
+        if (x->producer != e && eventAnchor_.concurrent(state, x)) {
+          witness = x;
+          break;
+        }
     }
     if (witness) {
       std::vector<Event*> run = localConfiguration(e);
@@ -151,7 +141,7 @@ void ExtensionWorker::collectPartners(const UnfoldState& state, Event* e) {
 bool ExtensionWorker::isPartner(const UnfoldState& state, Event* e, Condition* x, Condition* c) {
   if (e == nullptr) return x->producer == nullptr;
   if (x->producer && eventIsCutOff(x->producer)) return false;
-  if (state.coMethod() == CoMethod::Relation) return state.relation->concurrent(x, c);
+  (void)c;
   return eventAnchor_.concurrent(state, x);
 }
 
@@ -177,7 +167,7 @@ void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, 
     if (p == c->place) continue;
     std::vector<Condition*>& list = first[k++];
     list.clear();
-    if (e && state.coMethod() == CoMethod::Closure) {
+    if (e && state.coMethod() != CoMethod::Plain) {
       for (Condition* x : buckets_[p->index])
         if (x->index < c->index) list.push_back(x);
       for (Condition* y : e->postset)

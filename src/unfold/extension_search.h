@@ -38,6 +38,7 @@ class ExtensionWorker {
   void extend(const UnfoldState& state, uint32_t position);
 
   CandidateQueue& queue() { return queue_; }
+  RowScratch& rowScratch() { return rowScratch_; }
   // The first error of the pass, by batch position: empty if none.
   bool hasError() const { return errorPosition_ != NoError; }
   uint32_t errorPosition() const { return errorPosition_; }
@@ -57,6 +58,7 @@ class ExtensionWorker {
   void fail(uint32_t position, std::string text);
 
   CandidateQueue queue_;
+  RowScratch rowScratch_;
   CandidateDescriber describer_;
   CoClosure closure_;
   ConfigurationAnchor eventAnchor_, pairAnchor_;

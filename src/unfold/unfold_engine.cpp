@@ -298,9 +298,10 @@ bool Unfolder::extendBatch() {
   uint32_t count = static_cast<uint32_t>(extended.size());
   if (state_.relation) {
     state_.relation->growRows(state_.events.size());
-    pool_.run(CommandRelation, count, [this, &extended, count](unsigned, uint32_t item) {
-      state_.relation->computeRow(state_.events[state_.batchEventsBegin + extended[count - item]],
-                                  state_.batchEventsBegin, state_.batchConditionsBegin);
+    pool_.run(CommandRelation, count, [this, &extended, count](unsigned worker, uint32_t item) {
+      uint32_t position = extended[count - item];
+      state_.relation->computeRow(state_.events[state_.batchEventsBegin + position], batch_[position]->cut(),
+                                  workers_[worker].rowScratch());
     });
   }
   pool_.run(CommandExtend, count, [this, &extended, count](unsigned worker, uint32_t item) {

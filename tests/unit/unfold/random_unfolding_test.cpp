@@ -95,6 +95,31 @@ RandomNetOptions smallNets() {
   return options;
 }
 
+// Larger nets, whose relation rows span several words, compared between the methods only.
+TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
+  RandomNetOptions options;
+  options.maxComponents = 5;
+  options.maxPlacesPerComponent = 6;
+  options.maxTransitions = 20;
+  options.freeArcsPercent = 0;
+  uint64_t events = 0;
+  for (uint64_t seed = 1000; seed < 1040; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::string reference;
+    for (Search search : {Search::Closure, Search::Relation, Search::Plain}) {
+      auto prefix = asPrefix(randomSafeNet(seed, options));
+      captureStderr([&] { ASSERT_TRUE(unfoldNet(*prefix, optionsFor(search, 2))); });
+      std::string signature = prefixSignature(prefix->conditions, prefix->events);
+      if (reference.empty()) {
+        reference = signature;
+        events += prefix->events.size();
+      }
+      EXPECT_EQ(signature, reference) << "search " << static_cast<int>(search);
+    }
+  }
+  EXPECT_GT(events, 40u * 100);
+}
+
 TEST(UnfoldRandom, EveryOrderGivesACompletePrefix) {
   for (uint64_t seed = 300; seed < 400; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

@@ -1,0 +1,35 @@
+// Membership by generation counter: starting a new set is one increment, not a clear.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace nurex {
+
+class StampSet {
+ public:
+  void ensure(size_t n) {
+    if (stamps_.size() < n) stamps_.resize(n + n / 2 + 16, 0);
+  }
+  void next() {
+    if (++generation_ == 0) {
+      std::fill(stamps_.begin(), stamps_.end(), 0);
+      generation_ = 1;
+    }
+  }
+  void mark(uint32_t i) { stamps_[i] = generation_; }
+  bool has(uint32_t i) const { return stamps_[i] == generation_; }
+  // Marks and tells whether the element was new.
+  bool insert(uint32_t i) {
+    if (stamps_[i] == generation_) return false;
+    stamps_[i] = generation_;
+    return true;
+  }
+
+ private:
+  std::vector<uint32_t> stamps_;
+  uint32_t generation_ = 1;
+};
+
+}  // namespace nurex
