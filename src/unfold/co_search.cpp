@@ -70,7 +70,8 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
   return true;
 }
 
-void CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut) {
+uint64_t CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut) {
+  uint64_t steps = 0;
   members_.next();
   counted_.next();
   places_.next();
@@ -78,6 +79,7 @@ void CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut)
   for (uint32_t c : cut) add(state.conditions[c]);
   for (size_t i = 0; i < list_.size(); ++i) {
     Condition* x = list_[i];
+    steps += 1 + x->postset.size();
     for (Event* g : x->postset) {
       if (eventIsCutOff(g)) continue;
       uint32_t k = g->index;
@@ -86,6 +88,7 @@ void CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut)
         for (Condition* y : g->postset) add(y);
     }
   }
+  return steps;
 }
 
 }  // namespace nurex

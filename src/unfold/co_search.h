@@ -54,7 +54,8 @@ class CoClosure {
     counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 2 + 16));
     places_.ensure(state.net.places.size());
   }
-  void compute(const UnfoldState& state, std::span<const uint32_t> cut);
+  // Returns the number of steps taken (members and consumers looked at).
+  uint64_t compute(const UnfoldState& state, std::span<const uint32_t> cut);
   // The same set read from the row of e in the concurrency relation.
   void read(const UnfoldState& state, const Event* e);
   const std::vector<Condition*>& members() const { return list_; }

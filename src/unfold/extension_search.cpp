@@ -78,15 +78,36 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   prepare(state);
   position_ = position;
   Event* e = state.events[state.batchEventsBegin + position];
-  switch (state.coMethod()) {
-    case CoMethod::Closure: closure_.compute(state, (*state.batch)[position]->cut()); break;
+  method_ = chooseMethod(state, e, position);
+  switch (method_) {
+    case CoMethod::Closure: {
+      uint64_t work = closure_.compute(state, (*state.batch)[position]->cut());
+      closureWork_ = (closureWork_ * 7 + work) / 8;
+      break;
+    }
     case CoMethod::Relation: closure_.read(state, e); break;
     case CoMethod::Plain: eventAnchor_.anchor(state, e, nullptr); break;
   }
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
-  if (state.coMethod() != CoMethod::Plain) collectPartners(state, e);
+  if (method_ != CoMethod::Plain) collectPartners(state, e);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
+}
+
+// The closure costs about the size of the co-set and its consumers; the plain scan costs the
+// conditions of the places concerned and a walk of [e]. Both are exact, so the choice only
+// changes the time taken: the closure unless the lists by place are short next to the
+// recent closures of this worker.
+CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e, uint32_t position) const {
+  CoMethod method = state.coMethod();
+  if (method != CoMethod::Closure) return method;
+  uint64_t plain = (*state.batch)[position]->size;
+  for (const Condition* c : e->postset) {
+    plain += 2 * state.placeConditions[c->place->index].size();
+    for (const Transition* t : c->place->postset)
+      for (const Place* p : t->preset) plain += 2 * state.placeConditions[p->index].size();
+  }
+  return plain < closureWork_ ? CoMethod::Plain : CoMethod::Closure;
 }
 
 // A condition of the same place concurrent with a new one means a reachable marking with
@@ -95,7 +116,7 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
   for (Condition* c : e->postset) {
     Condition* witness = nullptr;
     const std::vector<Condition*>& same = state.placeConditions[c->place->index];
-    if (state.coMethod() != CoMethod::Plain) {
+    if (method_ != CoMethod::Plain) {
       if (closure_.coversPlace(c->place))
         for (Condition* x : closure_.members())
           if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
@@ -167,7 +188,7 @@ void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, 
     if (p == c->place) continue;
     std::vector<Condition*>& list = first[k++];
     list.clear();
-    if (e && state.coMethod() != CoMethod::Plain) {
+    if (e && method_ != CoMethod::Plain) {
       for (Condition* x : buckets_[p->index])
         if (x->index < c->index) list.push_back(x);
       for (Condition* y : e->postset)

@@ -48,6 +48,7 @@ class ExtensionWorker {
  private:
   static constexpr uint32_t NoError = 0xFFFFFFFFu;
   void prepare(const UnfoldState& state);
+  CoMethod chooseMethod(const UnfoldState& state, const Event* e, uint32_t position) const;
   bool checkSafety(const UnfoldState& state, Event* e, uint32_t position);
   void collectPartners(const UnfoldState& state, Event* e);
   void searchTransition(const UnfoldState& state, Transition* t, Condition* c);
@@ -70,6 +71,8 @@ class ExtensionWorker {
   std::vector<std::vector<std::vector<Condition*>>> lists_;
   std::vector<Condition*> chosen_;
   uint32_t position_ = 0;
+  CoMethod method_ = CoMethod::Closure;  // for the event being extended
+  uint64_t closureWork_ = 0;             // running average of the closure's steps
   uint32_t errorPosition_ = NoError;
   std::string errorText_;
 };

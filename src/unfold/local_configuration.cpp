@@ -26,17 +26,19 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
   drain(state, 0);
 }
 
+// A sum of one pseudo-random word per place (Zobrist hashing): the order of the places does
+// not matter, so markings need no sorting.
+uint64_t placeWord(uint32_t place) {
+  uint64_t z = (place + 1) * 0x9E3779B97F4A7C15ull;
+  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+  z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+  return z ^ (z >> 31);
+}
+
 uint64_t hashMarking(std::span<const uint32_t> marking) {
-  // FNV-1a over the place numbers, then a final mix so that the low bits spread well.
-  uint64_t h = 1469598103934665603ull;
-  for (uint32_t p : marking) {
-    h ^= p;
-    h *= 1099511628211ull;
-  }
-  h ^= h >> 29;
-  h *= 0xbf58476d1ce4e5b9ull;
-  h ^= h >> 32;
-  return h;
+  uint64_t h = 0;
+  for (uint32_t p : marking) h += placeWord(p);
+  return h ^ (h >> 29);
 }
 
 // The cut of ⌈e⌉ = [e] without e is the set of initial conditions and conditions produced
@@ -75,8 +77,6 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
     if (!places_.insert(p->index)) return p;
     data.push_back(p->index);
   }
-  auto marking = data.begin() + candidate.presetSize + candidate.cutSize;
-  std::sort(marking, data.end());
   candidate.hash = hashMarking(candidate.marking());
   return nullptr;
 }

@@ -53,7 +53,7 @@ class CandidateDescriber {
   StampSet consumed_, places_;
 };
 
-// A hash of a sorted marking.
+// A hash of a marking given as a list of distinct places in any order.
 uint64_t hashMarking(std::span<const uint32_t> marking);
 
 }  // namespace nurex

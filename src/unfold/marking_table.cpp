@@ -5,9 +5,18 @@
 
 namespace nurex {
 
+// Same size, and every place of one is in the other; the places of each are distinct.
+bool MarkingTable::sameMarking(std::span<const uint32_t> a, std::span<const uint32_t> b) const {
+  if (a.size() != b.size()) return false;
+  places_.next();
+  for (uint32_t p : a) places_.mark(p);
+  for (uint32_t p : b)
+    if (!places_.has(p)) return false;
+  return true;
+}
+
 bool MarkingTable::holds(const Record& r, std::span<const uint32_t> marking) const {
-  return r.markingSize == marking.size() &&
-         std::equal(marking.begin(), marking.end(), places_.begin() + r.markingBegin);
+  return sameMarking(marking, std::span<const uint32_t>(markings_.data() + r.markingBegin, r.markingSize));
 }
 
 uint32_t MarkingTable::find(std::span<const uint32_t> marking, uint64_t hash) const {
@@ -20,9 +29,9 @@ MarkingTable::Record& MarkingTable::insert(std::span<const uint32_t> marking, ui
   uint32_t found = find(marking, hash);
   if (found != NoRecord) return records_[found];
   Record r;
-  r.markingBegin = static_cast<uint32_t>(places_.size());
+  r.markingBegin = static_cast<uint32_t>(markings_.size());
   r.markingSize = static_cast<uint32_t>(marking.size());
-  places_.insert(places_.end(), marking.begin(), marking.end());
+  markings_.insert(markings_.end(), marking.begin(), marking.end());
   uint32_t& head = buckets_[hash & BucketMask];
   r.next = head;
   head = static_cast<uint32_t>(records_.size());

@@ -26,6 +26,7 @@ void printAbandoned() {
 
 Unfolder::Unfolder(PetriNet& net, const UnfoldOptions& options, std::vector<uint8_t> mayBeCutOff)
     : state_(net, options),
+      table_(net.places.size()),
       workers_(std::max(1, options.number_of_threads)),
       pool_(static_cast<unsigned>(std::max(1, options.number_of_threads))) {
   state_.mayBeCutOff = std::move(mayBeCutOff);
@@ -162,24 +163,26 @@ void Unfolder::decideWithinBatch() {
   std::vector<uint32_t> open;
   for (uint32_t i = 0; i < batch_.size(); ++i)
     if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
-  auto sameMarking = [this](uint32_t i, uint32_t j) {
-    std::span<const uint32_t> a = batch_[i]->marking(), b = batch_[j]->marking();
-    return batch_[i]->hash == batch_[j]->hash && std::equal(a.begin(), a.end(), b.begin(), b.end());
-  };
-  // Grouped by marking; within a group the batch order stays.
-  std::stable_sort(open.begin(), open.end(), [this](uint32_t i, uint32_t j) {
-    if (batch_[i]->hash != batch_[j]->hash) return batch_[i]->hash < batch_[j]->hash;
-    std::span<const uint32_t> a = batch_[i]->marking(), b = batch_[j]->marking();
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
-  });
+  // Grouped by hash; a run of equal hashes is split by marking, in batch order.
+  std::stable_sort(open.begin(), open.end(), [this](uint32_t i, uint32_t j) { return batch_[i]->hash < batch_[j]->hash; });
   for (size_t begin = 0, end; begin < open.size(); begin = end) {
-    for (end = begin + 1; end < open.size() && sameMarking(open[begin], open[end]);) ++end;
-    if (end - begin > 1) decideGroup(std::span<const uint32_t>(open.data() + begin, end - begin));
+    for (end = begin + 1; end < open.size() && batch_[open[end]]->hash == batch_[open[begin]]->hash;) ++end;
+    if (end - begin < 2) continue;
+    std::vector<std::vector<uint32_t>> members;
+    for (size_t k = begin; k < end; ++k) {
+      uint32_t i = open[k];
+      size_t g = 0;
+      while (g < members.size() && !table_.sameMarking(batch_[members[g][0]]->marking(), batch_[i]->marking())) ++g;
+      if (g == members.size()) members.emplace_back();
+      members[g].push_back(i);
+    }
+    for (const auto& group : members)
+      if (group.size() > 1) decideGroup(group);
   }
 }
 
 // The lowest of a group with one marking corresponds to every member above it.
-void Unfolder::decideGroup(std::span<const uint32_t> members) {
+void Unfolder::decideGroup(const std::vector<uint32_t>& members) {
   int order = state_.options.order;
   std::vector<ConfigurationSummary> summaries;
   for (uint32_t i : members) {

@@ -38,7 +38,7 @@ class Unfolder {
   bool decideCutOffs();
   bool decideFromTable(uint32_t position);
   void decideWithinBatch();
-  void decideGroup(std::span<const uint32_t> members);
+  void decideGroup(const std::vector<uint32_t>& members);
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;

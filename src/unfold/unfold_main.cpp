@@ -30,7 +30,8 @@ const UnfoldFlag flagTable[] = {
      "       vector, 3 as 2 and Foata normal form, 4 as 3 and causal structure"},
     {"-t", true, 1, 256, &UnfoldOptions::number_of_threads, "N  threads (default: the number of cores)"},
     {"-r", true, 0, INT32_MAX, &UnfoldOptions::conc_rel_size,
-     "N  node limit of the concurrency relation, 0 for none (default 40000)"},
+     "N  node limit of the concurrency relation (default 0: no relation; the modes'\n"
+     "       re-unfoldings use 40000)"},
     {"-n", false, 0, 0, &UnfoldOptions::no_cutoffs, "   throw cut-off events away (the prefix is then not complete)"},
     {"-d", false, 0, 0, &UnfoldOptions::dummy_cutoffs, "   allow events of dummy transitions of an STG to be cut-offs"},
     {"-l", false, 0, 0, &UnfoldOptions::non_local_correspondents,
@@ -95,8 +96,11 @@ bool applyOption(int argc, char** argv, int& i, UnfoldCommand& command) {
   return false;
 }
 
+// Without the relation the search chooses between the co-set closure and the scan by place
+// for each event, which is faster on large nets than keeping the relation up to date.
 bool parseArguments(int argc, char** argv, UnfoldCommand& command) {
   command.options.number_of_threads = static_cast<int32_t>(processorCores());
+  command.options.conc_rel_size = 0;
   std::vector<std::string> names;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "-h") == 0) {

@@ -24,7 +24,7 @@ struct Candidate {
   uint32_t depth = 0;      // causal depth of e (its Foata level), from 1
   uint32_t presetSize = 0;
   uint32_t cutSize = 0;    // final cut of [e] without e's own postset
-  std::vector<uint32_t> data;  // preset condition numbers (ascending), cut condition numbers, marked places (ascending)
+  std::vector<uint32_t> data;  // preset condition numbers (ascending), cut condition numbers, marked places
 
   std::span<const uint32_t> preset() const { return {data.data(), presetSize}; }
   std::span<const uint32_t> cut() const { return {data.data() + presetSize, cutSize}; }
