@@ -29,7 +29,8 @@ class CandidateQueue {
   uint32_t count_ = 0;
 };
 
-class ExtensionWorker {
+// Aligned so that two workers' fields never share a cache line.
+class alignas(64) ExtensionWorker {
  public:
   // The extensions enabled at the initial cut; transitions with empty presets included.
   void seed(const UnfoldState& state);

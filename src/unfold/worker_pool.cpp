@@ -30,7 +30,8 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
   if (count == 0) return;
   item_ = &item;
   counter_.store(count, std::memory_order_release);
-  if (!workers_.empty() && count > 1) {
+  // Waking the workers costs more than a few items take.
+  if (!workers_.empty() && count >= MinimumShared) {
     {
       std::lock_guard<std::mutex> guard(doneLock_);
       running_ = static_cast<unsigned>(workers_.size());

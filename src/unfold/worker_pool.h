@@ -33,6 +33,8 @@ class WorkerPool {
   WorkerPool& operator=(const WorkerPool&) = delete;
 
   unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
+  // Passes with fewer items run on the calling thread alone.
+  static constexpr uint32_t MinimumShared = 8;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
