@@ -89,7 +89,7 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
     case CoMethod::Plain: eventAnchor_.anchor(state, e, nullptr); break;
   }
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
-  if (method_ != CoMethod::Plain) collectPartners(state, e);
+  if (method_ != CoMethod::Plain) collectPartners(e);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
 }
@@ -140,9 +140,9 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
 }
 
 // The closure members that lie on a place of some transition that the new postset may
-// enable, by place, from non-cut-off producers.
-void ExtensionWorker::collectPartners(const UnfoldState& state, Event* e) {
-  (void)state;
+// enable, by place, from non-cut-off producers. In index order, as a scan by place would
+// give them, so that the first error found does not depend on the method.
+void ExtensionWorker::collectPartners(Event* e) {
   interesting_.next();
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset)
@@ -155,14 +155,16 @@ void ExtensionWorker::collectPartners(const UnfoldState& state, Event* e) {
     if (buckets_[p].empty()) filledBuckets_.push_back(p);
     buckets_[p].push_back(x);
   }
+  for (uint32_t p : filledBuckets_)
+    std::sort(buckets_[p].begin(), buckets_[p].end(), [](Condition* a, Condition* b) { return a->index < b->index; });
 }
 
-// x (numbered below c) may join c in a preset: it is concurrent with c and its producer is
-// no cut-off.
-bool ExtensionWorker::isPartner(const UnfoldState& state, Event* e, Condition* x, Condition* c) {
+// In the scan by place, x (numbered below the new condition) may join it in a preset: it is
+// concurrent with the new postset of e and its producer is no cut-off. All initial
+// conditions are partners of each other.
+bool ExtensionWorker::isPartner(const UnfoldState& state, Event* e, Condition* x) {
   if (e == nullptr) return x->producer == nullptr;
   if (x->producer && eventIsCutOff(x->producer)) return false;
-  (void)c;
   return eventAnchor_.concurrent(state, x);
 }
 
@@ -196,7 +198,7 @@ void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, 
     } else {
       for (Condition* x : state.placeConditions[p->index]) {
         if (x->index >= c->index) break;
-        if (isPartner(state, e, x, c)) list.push_back(x);
+        if (isPartner(state, e, x)) list.push_back(x);
       }
     }
     if (list.empty()) return;

@@ -51,10 +51,10 @@ class alignas(64) ExtensionWorker {
   void prepare(const UnfoldState& state);
   CoMethod chooseMethod(const UnfoldState& state, const Event* e, uint32_t position) const;
   bool checkSafety(const UnfoldState& state, Event* e, uint32_t position);
-  void collectPartners(const UnfoldState& state, Event* e);
+  void collectPartners(Event* e);
   void searchTransition(const UnfoldState& state, Transition* t, Condition* c);
   void combine(const UnfoldState& state, Transition* t, Condition* c, size_t level);
-  bool isPartner(const UnfoldState& state, Event* e, Condition* x, Condition* c);
+  bool isPartner(const UnfoldState& state, Event* e, Condition* x);
   bool pairConcurrent(const UnfoldState& state, const Condition* x, const Condition* y);
   void emit(const UnfoldState& state, Transition* t, const std::vector<Condition*>& preset);
   void fail(uint32_t position, std::string text);
