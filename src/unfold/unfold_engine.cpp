@@ -307,8 +307,12 @@ bool Unfolder::extendBatch() {
                                   workers_[worker].rowScratch());
     });
   }
+  // A candidate is done with once its event is extended; the worker frees it.
   pool_.run(CommandExtend, count, [this, &extended, count](unsigned worker, uint32_t item) {
-    workers_[worker].extend(state_, extended[count - item]);
+    uint32_t position = extended[count - item];
+    workers_[worker].extend(state_, position);
+    delete batch_[position];
+    batch_[position] = nullptr;
   });
   return !reportWorkerError() && raiseStatus(0) < StatusError;
 }
