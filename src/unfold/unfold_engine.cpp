@@ -253,6 +253,7 @@ void Unfolder::commit() {
     state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
     state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
     state_.eventDepth.push_back(candidate->depth);
+    sizeSum_ += candidate->size;
     state_.eventTransition.push_back(candidate->transition->index);
     bool cutOff = decisions_[i].kind != Decision::NotCutOff;
     for (Place* p : candidate->transition->postset) {
@@ -348,7 +349,8 @@ void Unfolder::finish() {
   dropRelation();
   if (state_.options.no_cutoffs) removeCutOffs();
   if (state_.options.print_statistics)
-    printTo(stdout, "\n slices=%u largest slice=%u markings=%u", sliceCount_, largestSlice_, table_.recordCount());
+    printTo(stdout, "\n slices=%u largest slice=%u markings=%u mean |[e]|=%.1f", sliceCount_, largestSlice_,
+            table_.recordCount(), state_.events.empty() ? 0.0 : double(sizeSum_) / state_.events.size());
   if (state_.options.print_time) printTo(stdout, "\n unfolding time: %.3f s", monotonicSeconds() - startTime_);
   // An empty initial marking has had its own warning.
   bool anyNonCutOff = state_.initialCount == 0;

@@ -62,6 +62,7 @@ class Unfolder {
 
   // Running counters.
   uint32_t sliceCount_ = 0, largestSlice_ = 0, cutOffCount_ = 0;
+  uint64_t sizeSum_ = 0;  // of |[e]| over the events committed
   double startTime_ = 0;
 };
 
