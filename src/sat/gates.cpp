@@ -108,7 +108,9 @@ Literal SatFormula::make_gate(CachedLiteral& cached, GateKind kind, std::span<co
   }
   NormalGate gate(kind, children);
   cached.literal = build_gate(gate, group, polarity);
-  cached.polarity = gate.kind == GateLiteral ? 0 : polarity;
+  // A gate that folds to one child keeps the polarity asked for: the child may itself be a
+  // gate output built for that direction only, and is completed when the other is asked.
+  cached.polarity = polarity;
   return cached.literal;
 }
 

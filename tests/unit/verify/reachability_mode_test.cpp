@@ -190,6 +190,26 @@ TEST(ReachabilityMode, StgStatesSeenFromOutside) {
   EXPECT_EQ(o.traces[0].size(), 4u);
 }
 
+// p0 -t0-> p1 -t1-> p2: "p1 is marked" is a real gate over both events. Asked for first in
+// one direction (inside `|`) and then in the other (under `~`), it must be complete.
+TEST(ReachabilityMode, StateAtomsAskedForInBothDirections) {
+  PrefixBuilder<PetriNet> chain;
+  Place* p[3] = {chain.place("p0"), chain.place("p1"), chain.place("p2")};
+  p[0]->tokens = 1;
+  Transition* t0 = chain.transition("t0");
+  Transition* t1 = chain.transition("t1");
+  addPlaceArc(p[0], t0), addTransitionArc(t0, p[1]), addPlaceArc(p[1], t1), addTransitionArc(t1, p[2]);
+  chain.step(t1, chain.step(t0, chain.condition(p[0]), p[1]), p[2]);
+  for (int solver : {0, 1}) {
+    Outcome o = check(chain.prefix, "($ P \"p1\" | $ E 1) & ~$ P \"p1\" & $ E 1 & ~$ E 2", false, withSolver(solver));
+    EXPECT_FALSE(o.found);
+    EXPECT_EQ(o.status, 0u) << o.err;
+    o = check(chain.prefix, "($ P \"p1\" | $ E 1) & ~($ P \"p1\" ^ $ P \"p0\") & $ E 1 & ~$ E 2", false, withSolver(solver));
+    EXPECT_FALSE(o.found);
+    EXPECT_EQ(o.status, 0u) << o.err;
+  }
+}
+
 TEST(ReachabilityMode, MergedProcesses) {
   MergedProcessBuilder<PetriNet> mp;
   Place* p = mp.place("p");
