@@ -9,6 +9,15 @@
 
 namespace nurex {
 
+namespace {
+
+// A cached literal serves a request when its clauses cover the direction asked for.
+bool covers(const CachedLiteral& cached, Polarity polarity) {
+  return cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity);
+}
+
+}  // namespace
+
 template <class Unit>
 ReachEncoder<Unit>::ReachEncoder(SatFormula& formula, const Unit& unit, bool enable_via_dummies, int group,
                                  LevelFactory make_level)
@@ -111,12 +120,13 @@ Literal ReachEncoder<Unit>::atom(const ReachExpr& node, Polarity polarity) {
   Level& at = level(node.unary().level);
   const ReachExpr& value = *node.unary().child;
   if (node.tag == ReachState) return state(at, value, polarity);
-  const Signal* s = value.tag == ReachSignalValue ? std::get<const Signal*>(value.payload) : nullptr;
+  // Normalisation lets signal values through only in STGs.
+  const Signal* s = value.tag == ReachSignalValue && Unit::NetType::isStg ? std::get<const Signal*>(value.payload) : nullptr;
   if (node.tag == ReachNext) return s ? signal_next(at, s, polarity) : internal_error(node);
   switch (value.tag) {
     case ReachEventValue: return event_enabled(at, static_cast<const E*>(value.nodeRef().node), polarity);
     case ReachTransitionValue: return transition_enabled(at, std::get<const Transition*>(value.payload), polarity);
-    case ReachSignalValue: return signal_enabled(at, s, polarity);
+    case ReachSignalValue: return s ? signal_enabled(at, s, polarity) : internal_error(node);
     default: return internal_error(node);
   }
 }
@@ -127,7 +137,9 @@ Literal ReachEncoder<Unit>::state(Level& at, const ReachExpr& value, Polarity po
     case ReachEventValue: return at.record->event_in(static_cast<const E*>(value.nodeRef().node));
     case ReachConditionValue: return at.record->marked(static_cast<const C*>(value.nodeRef().node), polarity);
     case ReachPlaceValue: return at.record->place_marked(std::get<const Place*>(value.payload), polarity);
-    case ReachSignalValue: return signal_value(at, std::get<const Signal*>(value.payload), polarity);
+    case ReachSignalValue:
+      if (!Unit::NetType::isStg) return internal_error(value);
+      return signal_value(at, std::get<const Signal*>(value.payload), polarity);
     default: return internal_error(value);
   }
 }
@@ -137,7 +149,7 @@ Literal ReachEncoder<Unit>::state(Level& at, const ReachExpr& value, Polarity po
 template <class Unit>
 Literal ReachEncoder<Unit>::event_enabled(Level& at, const E* e, Polarity polarity) {
   CachedLiteral& cached = at.event_enabled[e->index];
-  if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
+  if (covers(cached, polarity)) return cached.literal;
   std::vector<Literal> children;
   if constexpr (Unit::NetType::isStg && !Unit::isMergedProcess) {
     if (via_dummies_) {
@@ -154,10 +166,16 @@ Literal ReachEncoder<Unit>::event_enabled(Level& at, const E* e, Polarity polari
 
 template <class Unit>
 Literal ReachEncoder<Unit>::transition_enabled(Level& at, const Transition* t, Polarity polarity) {
-  CachedLiteral& cached = at.record->transition_enabled[t->index];
-  if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
+  return any_enabled(at, at.record->transition_enabled[t->index], events_of_transition_[t->index], polarity);
+}
+
+// A transition or signal is enabled when one of its events is.
+template <class Unit>
+Literal ReachEncoder<Unit>::any_enabled(Level& at, CachedLiteral& cached, const std::vector<const E*>& events,
+                                        Polarity polarity) {
+  if (covers(cached, polarity)) return cached.literal;
   std::vector<Literal> children;
-  for (const E* e : events_of_transition_[t->index]) children.push_back(event_enabled(at, e, polarity));
+  for (const E* e : events) children.push_back(event_enabled(at, e, polarity));
   return formula_.make_gate(cached, GateOr, children, group_, polarity);
 }
 
@@ -165,49 +183,33 @@ Literal ReachEncoder<Unit>::transition_enabled(Level& at, const Transition* t, P
 // the falls that follow it.
 template <class Unit>
 Literal ReachEncoder<Unit>::signal_value(Level& at, const Signal* s, Polarity polarity) {
-  if constexpr (!Unit::NetType::isStg) {
-    return internal_error(*makeReachSignal(s));
-  } else {
-    CachedLiteral& cached = at.record->signal_code[s->index];
-    if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
-    std::vector<Literal> phases, children;
-    if (s->index < phases_.size()) {
-      const std::vector<SignalPhaseRecord>& records = phases_[s->index];
-      for (size_t r = 0; r < records.size(); ++r) {
-        children.clear();
-        if (records[r].head) children.push_back(at.record->event_in(records[r].head));
-        for (const Event* f : records[r].followers) children.push_back(negate(at.record->event_in(f)));
-        phases.push_back(formula_.make_gate(at.phase[s->index][r], GateAnd, children, group_, polarity));
-      }
+  CachedLiteral& cached = at.record->signal_code[s->index];
+  if (covers(cached, polarity)) return cached.literal;
+  std::vector<Literal> phases, children;
+  if constexpr (std::is_same_v<Unit, StgPrefix>) {
+    const std::vector<SignalPhaseRecord>& records = phases_[s->index];
+    for (size_t r = 0; r < records.size(); ++r) {
+      children.clear();
+      if (records[r].head) children.push_back(at.record->event_in(records[r].head));
+      for (const Event* f : records[r].followers) children.push_back(negate(at.record->event_in(f)));
+      phases.push_back(formula_.make_gate(at.phase[s->index][r], GateAnd, children, group_, polarity));
     }
-    return formula_.make_gate(cached, GateOr, phases, group_, polarity);
   }
+  return formula_.make_gate(cached, GateOr, phases, group_, polarity);
 }
 
 template <class Unit>
 Literal ReachEncoder<Unit>::signal_enabled(Level& at, const Signal* s, Polarity polarity) {
-  if constexpr (!Unit::NetType::isStg) {
-    return internal_error(*makeReachSignal(s));
-  } else {
-    CachedLiteral& cached = at.record->signal_enabled[s->index];
-    if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
-    std::vector<Literal> children;
-    for (const E* e : events_of_signal_[s->index]) children.push_back(event_enabled(at, e, polarity));
-    return formula_.make_gate(cached, GateOr, children, group_, polarity);
-  }
+  return any_enabled(at, at.record->signal_enabled[s->index], events_of_signal_[s->index], polarity);
 }
 
 // The signal is 1 in the next state when it is 1 now and not enabled, or 0 and enabled.
 template <class Unit>
 Literal ReachEncoder<Unit>::signal_next(Level& at, const Signal* s, Polarity polarity) {
-  if constexpr (!Unit::NetType::isStg) {
-    return internal_error(*makeReachSignal(s));
-  } else {
-    CachedLiteral& cached = at.record->signal_next[s->index];
-    if (cached.literal != LiteralUninit && (cached.polarity == 0 || cached.polarity == polarity)) return cached.literal;
-    Literal operands[2] = {signal_value(at, s, 0), signal_enabled(at, s, 0)};
-    return formula_.make_gate(cached, GateXor, operands, group_, polarity);
-  }
+  CachedLiteral& cached = at.record->signal_next[s->index];
+  if (covers(cached, polarity)) return cached.literal;
+  Literal operands[2] = {signal_value(at, s, 0), signal_enabled(at, s, 0)};
+  return formula_.make_gate(cached, GateXor, operands, group_, polarity);
 }
 
 template class ReachEncoder<PetriNetPrefix>;

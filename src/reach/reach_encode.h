@@ -45,6 +45,7 @@ class ReachEncoder {
   Literal state(Level& level, const ReachExpr& value, Polarity polarity);
   Literal event_enabled(Level& level, const E* e, Polarity polarity);
   Literal transition_enabled(Level& level, const Transition* t, Polarity polarity);
+  Literal any_enabled(Level& level, CachedLiteral& cached, const std::vector<const E*>& events, Polarity polarity);
   Literal signal_value(Level& level, const Signal* s, Polarity polarity);
   Literal signal_enabled(Level& level, const Signal* s, Polarity polarity);
   Literal signal_next(Level& level, const Signal* s, Polarity polarity);

@@ -301,14 +301,21 @@ void ReachNormaliser<Unit>::conditional(ReachExprPtr& node) {
   node = fold.finish();
 }
 
+// The operands in order, each normalised only when its turn comes, until the fold is decided.
+template <class Unit>
+template <class Fold>
+void ReachNormaliser<Unit>::foldOperands(std::vector<ReachExprPtr>& operands, Fold& fold) {
+  for (ReachExprPtr& operand : operands) {
+    normalise(operand);
+    if (!fold.add(std::move(operand))) break;
+  }
+}
+
 template <class Unit>
 void ReachNormaliser<Unit>::junction(ReachExprPtr& node) {
   flattenLeft(*node);
   JunctionFold fold(node->tag);
-  for (ReachExprPtr& operand : node->list().items) {
-    normalise(operand);
-    if (!fold.add(std::move(operand))) break;
-  }
+  foldOperands(node->list().items, fold);
   node = fold.finish();
 }
 
@@ -316,10 +323,7 @@ template <class Unit>
 void ReachNormaliser<Unit>::parity(ReachExprPtr& node) {
   flattenLeft(*node);
   ParityFold fold;
-  for (ReachExprPtr& operand : node->list().items) {
-    normalise(operand);
-    if (!fold.add(std::move(operand))) break;
-  }
+  foldOperands(node->list().items, fold);
   node = fold.finish();
 }
 
@@ -332,10 +336,7 @@ void ReachNormaliser<Unit>::thresholdList(ReachExprPtr& node) {
     return;
   }
   ThresholdFold fold(list.threshold->number());
-  for (ReachExprPtr& operand : list.items) {
-    normalise(operand);
-    if (!fold.add(std::move(operand))) break;
-  }
+  foldOperands(list.items, fold);
   node = fold.finish();
 }
 

@@ -41,6 +41,8 @@ class ReachNormaliser {
   void quantifier(ReachExprPtr& node);
   void let(ReachExprPtr& node);
 
+  template <class Fold>
+  void foldOperands(std::vector<ReachExprPtr>& operands, Fold& fold);
   // Normalises the only child; false (with the node replaced by the child) if it failed.
   bool childSucceeds(ReachExprPtr& node);
 
