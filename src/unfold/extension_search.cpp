@@ -43,6 +43,12 @@ void ExtensionWorker::prepare(const UnfoldState& state) {
   if (buckets_.size() < state.net.places.size()) buckets_.resize(state.net.places.size());
 }
 
+ConfigurationSummary ExtensionWorker::summarize(const UnfoldState& state, const Candidate& candidate, int order) {
+  summaryWalker_.ensure(state.events.size());
+  summaryWalker_.walk(state, candidate.preset());
+  return summarizeConfiguration(state, summaryWalker_.events(), &candidate, order);
+}
+
 void ExtensionWorker::fail(uint32_t position, std::string text) {
   if (position < errorPosition_) {
     errorPosition_ = position;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "unfold/adequate_order.h"
 #include "unfold/co_search.h"
 #include "unfold/local_configuration.h"
 
@@ -38,6 +39,9 @@ class alignas(64) ExtensionWorker {
   // batch event at `position`, and the test that this postset marks no place twice.
   void extend(const UnfoldState& state, uint32_t position);
 
+  // What the order compares of [e] for a candidate of the batch.
+  ConfigurationSummary summarize(const UnfoldState& state, const Candidate& candidate, int order);
+
   CandidateQueue& queue() { return queue_; }
   RowScratch& rowScratch() { return rowScratch_; }
   // The first error of the pass, by batch position: empty if none.
@@ -62,6 +66,7 @@ class alignas(64) ExtensionWorker {
   CandidateQueue queue_;
   RowScratch rowScratch_;
   CandidateDescriber describer_;
+  PastWalker summaryWalker_;
   CoClosure closure_;
   ConfigurationAnchor eventAnchor_, pairAnchor_;
   StampSet interesting_;

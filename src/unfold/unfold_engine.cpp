@@ -165,39 +165,45 @@ void Unfolder::decideWithinBatch() {
     if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
   // Grouped by hash; a run of equal hashes is split by marking, in batch order.
   std::stable_sort(open.begin(), open.end(), [this](uint32_t i, uint32_t j) { return batch_[i]->hash < batch_[j]->hash; });
+  std::vector<std::vector<uint32_t>> groups;
   for (size_t begin = 0, end; begin < open.size(); begin = end) {
     for (end = begin + 1; end < open.size() && batch_[open[end]]->hash == batch_[open[begin]]->hash;) ++end;
     if (end - begin < 2) continue;
-    std::vector<std::vector<uint32_t>> members;
+    size_t first = groups.size();
     for (size_t k = begin; k < end; ++k) {
       uint32_t i = open[k];
-      size_t g = 0;
-      while (g < members.size() && !table_.sameMarking(batch_[members[g][0]]->marking(), batch_[i]->marking())) ++g;
-      if (g == members.size()) members.emplace_back();
-      members[g].push_back(i);
+      size_t g = first;
+      while (g < groups.size() && !table_.sameMarking(batch_[groups[g][0]]->marking(), batch_[i]->marking())) ++g;
+      if (g == groups.size()) groups.emplace_back();
+      groups[g].push_back(i);
     }
-    for (const auto& group : members)
-      if (group.size() > 1) decideGroup(group);
   }
+  std::vector<uint32_t> compared;
+  for (const auto& group : groups)
+    if (group.size() > 1) compared.insert(compared.end(), group.begin(), group.end());
+  if (compared.empty()) return;
+  // The summaries need walks of [e]; they are the parallel part of the cut-off check.
+  std::vector<ConfigurationSummary> summaries(batch_.size());
+  uint32_t count = static_cast<uint32_t>(compared.size());
+  pool_.run(CommandCorrespondent, count, [&](unsigned worker, uint32_t item) {
+    uint32_t i = compared[count - item];
+    summaries[i] = workers_[worker].summarize(state_, *batch_[i], order);
+  });
+  for (const auto& group : groups)
+    if (group.size() > 1) decideGroup(group, summaries);
 }
 
 // The lowest of a group with one marking corresponds to every member above it.
-void Unfolder::decideGroup(const std::vector<uint32_t>& members) {
+void Unfolder::decideGroup(const std::vector<uint32_t>& members, const std::vector<ConfigurationSummary>& summaries) {
   int order = state_.options.order;
-  std::vector<ConfigurationSummary> summaries;
+  uint32_t lowest = members[0];
+  for (uint32_t i : members)
+    if (compareConfigurations(order, summaries[i], summaries[lowest]) < 0) lowest = i;
   for (uint32_t i : members) {
-    walker_.walk(state_, batch_[i]->preset());
-    summaries.push_back(summarizeConfiguration(state_, walker_.events(), batch_[i], order));
-  }
-  size_t lowest = 0;
-  for (size_t k = 1; k < members.size(); ++k)
-    if (compareConfigurations(order, summaries[k], summaries[lowest]) < 0) lowest = k;
-  for (size_t k = 0; k < members.size(); ++k) {
-    uint32_t i = members[k];
-    if (k == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
-    if (compareConfigurations(order, summaries[lowest], summaries[k]) < 0) {
+    if (i == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
+    if (compareConfigurations(order, summaries[lowest], summaries[i]) < 0) {
       decisions_[i].kind = Decision::SameBatch;
-      decisions_[i].position = members[lowest];
+      decisions_[i].position = lowest;
     }
   }
 }

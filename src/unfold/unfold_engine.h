@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "unfold/adequate_order.h"
 #include "unfold/extension_search.h"
 #include "unfold/marking_table.h"
 #include "unfold/unfold_state.h"
@@ -38,7 +39,7 @@ class Unfolder {
   bool decideCutOffs();
   bool decideFromTable(uint32_t position);
   void decideWithinBatch();
-  void decideGroup(const std::vector<uint32_t>& members);
+  void decideGroup(const std::vector<uint32_t>& members, const std::vector<ConfigurationSummary>& summaries);
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;
