@@ -183,25 +183,42 @@ void Unfolder::decideWithinBatch() {
     if (group.size() > 1) compared.insert(compared.end(), group.begin(), group.end());
   if (compared.empty()) return;
   // The summaries need walks of [e]; they are the parallel part of the cut-off check.
+  // Parikh vectors first: the finer orders only matter where they tie.
   std::vector<ConfigurationSummary> summaries(batch_.size());
   uint32_t count = static_cast<uint32_t>(compared.size());
   pool_.run(CommandCorrespondent, count, [&](unsigned worker, uint32_t item) {
     uint32_t i = compared[count - item];
-    summaries[i] = workers_[worker].summarize(state_, *batch_[i], order);
+    summaries[i] = workers_[worker].summarize(state_, *batch_[i], std::min(order, 2));
   });
   for (const auto& group : groups)
     if (group.size() > 1) decideGroup(group, summaries);
 }
 
-// The lowest of a group with one marking corresponds to every member above it.
-void Unfolder::decideGroup(const std::vector<uint32_t>& members, const std::vector<ConfigurationSummary>& summaries) {
+// The lowest of a group with one marking corresponds to every member above it. The
+// summaries hold Parikh vectors; the members that tie with the lowest on them are
+// summarised again as the order asks.
+void Unfolder::decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries) {
   int order = state_.options.order;
+  int coarse = std::min(order, 2);
   uint32_t lowest = members[0];
   for (uint32_t i : members)
-    if (compareConfigurations(order, summaries[i], summaries[lowest]) < 0) lowest = i;
+    if (compareConfigurations(coarse, summaries[i], summaries[lowest]) < 0) lowest = i;
+  std::vector<uint32_t> tied;
+  for (uint32_t i : members)
+    if (compareConfigurations(coarse, summaries[i], summaries[lowest]) == 0) tied.push_back(i);
+  if (order > coarse && tied.size() > 1) {
+    for (uint32_t i : tied) {
+      walker_.walk(state_, batch_[i]->preset());
+      summaries[i] = summarizeConfiguration(state_, walker_.events(), batch_[i], order);
+    }
+    lowest = tied[0];
+    for (uint32_t i : tied)
+      if (compareConfigurations(order, summaries[i], summaries[lowest]) < 0) lowest = i;
+  }
   for (uint32_t i : members) {
     if (i == lowest || !state_.mayBeCutOff[batch_[i]->transition->index]) continue;
-    if (compareConfigurations(order, summaries[lowest], summaries[i]) < 0) {
+    bool tie = std::find(tied.begin(), tied.end(), i) != tied.end();
+    if (compareConfigurations(tie ? order : coarse, summaries[lowest], summaries[i]) < 0) {
       decisions_[i].kind = Decision::SameBatch;
       decisions_[i].position = lowest;
     }

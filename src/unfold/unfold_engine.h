@@ -39,7 +39,7 @@ class Unfolder {
   bool decideCutOffs();
   bool decideFromTable(uint32_t position);
   void decideWithinBatch();
-  void decideGroup(const std::vector<uint32_t>& members, const std::vector<ConfigurationSummary>& summaries);
+  void decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries);
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;
