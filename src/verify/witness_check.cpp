@@ -138,24 +138,29 @@ class WitnessEvaluator {
   }
 
   // Through dummies: e is not in the configuration, the events of its local configuration
-  // missing from it are dummies, and the two together are free of conflict.
+  // missing from it are dummies, and the two together are free of conflict. The
+  // configuration is conflict-free by itself, so only conditions that the local
+  // configuration consumes can be taken twice.
   bool enabled(const Final& f, const E* e) {
     if constexpr (std::is_same_v<Unit, StgPrefix>) {
       if (settings_.enable_via_dummies) {
         if (f.in[e->index]) return false;
         std::vector<Event*> local = localConfiguration(const_cast<Event*>(e));
-        std::vector<bool> taken(unit_.events.size(), false);
+        std::vector<bool>& inLocal = scratch_;
+        inLocal.resize(unit_.events.size(), false);
+        bool ok = true;
         for (const Event* g : local) {
-          if (g != e && !f.in[g->index] && !isDummyEvent(g)) return false;
-          taken[g->index] = true;
+          ok = ok && (g == e || f.in[g->index] || isDummyEvent(g));
+          inLocal[g->index] = true;
         }
-        for (const Event* g : unit_.events) taken[g->index] = taken[g->index] || f.in[g->index];
-        for (const Condition* c : unit_.conditions) {
-          int consumers = 0;
-          for (const Event* g : c->postset) consumers += taken[g->index];
-          if (consumers > 1) return false;
-        }
-        return true;
+        for (const Event* g : local)
+          for (const Condition* c : g->preset) {
+            int consumers = 0;
+            for (const Event* x : c->postset) consumers += f.in[x->index] || inLocal[x->index];
+            ok = ok && consumers <= 1;
+          }
+        for (const Event* g : local) inLocal[g->index] = false;
+        return ok;
       }
     }
     for (const C* c : e->preset)
@@ -167,6 +172,7 @@ class WitnessEvaluator {
   WitnessSettings settings_;
   std::vector<Final> finals_;  // by level number
   ReachScope<bool> lets_;
+  std::vector<bool> scratch_;  // all false between calls
 };
 
 }  // namespace

@@ -197,5 +197,14 @@ TEST_F(ReachNormaliseTest, LongChainsFold) {
   EXPECT_EQ(folded.size(), std::string("$ a").size() + 20000 * std::string(" & $ b").size());
 }
 
+// Nesting to the right is bounded by the parser's stack; the deepest it accepts must pass.
+TEST_F(ReachNormaliseTest, DeepNestingWithinTheParserLimit) {
+  std::string negations(9990, '~');
+  EXPECT_EQ(normalised(net.prefix, negations + "(1 = 1)"), "true");
+  std::string nested = "$ P \"a\"";
+  for (int i = 0; i < 3000; ++i) nested = "$ P \"b\" & (" + nested + ")";
+  EXPECT_EQ(normalised(net.prefix, nested).rfind("$ b & ($ b & ", 0), 0u);
+}
+
 }  // namespace
 }  // namespace nurex::test

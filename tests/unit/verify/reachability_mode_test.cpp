@@ -210,6 +210,18 @@ TEST(ReachabilityMode, StateAtomsAskedForInBothDirections) {
   }
 }
 
+// The normal form keeps what the parser nests to the right; encoding it must not run out of stack.
+TEST(ReachabilityMode, DeepNormalForms) {
+  Toggles net;
+  std::string negations(9990, '~');
+  Outcome o = check(net.b.prefix, negations + "$ P \"x1\" & $ P \"y0\"");
+  EXPECT_TRUE(o.found) << o.err;
+  std::string nested = "$ P \"x0\"";
+  for (int i = 0; i < 1500; ++i) nested = "$ P \"y1\" | ($ P \"z0\" & (" + nested + "))";
+  o = check(net.b.prefix, "~$ P \"y1\" & (" + nested + ")");
+  EXPECT_TRUE(o.found) << o.err;
+}
+
 TEST(ReachabilityMode, MergedProcesses) {
   MergedProcessBuilder<PetriNet> mp;
   Place* p = mp.place("p");
