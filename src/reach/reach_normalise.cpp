@@ -113,6 +113,24 @@ class ThresholdFold {
   ReachExprPtr failed_;
 };
 
+// The elements of a `gather`: the first fail decides.
+class GatherFold {
+ public:
+  bool add(ReachExprPtr item) {
+    if (isReachFail(*item)) {
+      failed_ = std::move(item);
+      return false;
+    }
+    items_.push_back(std::move(item));
+    return true;
+  }
+  ReachExprPtr finish() { return failed_ ? std::move(failed_) : makeReachSet(std::move(items_)); }
+
+ private:
+  std::vector<ReachExprPtr> items_;
+  ReachExprPtr failed_;
+};
+
 // Operators whose first operand is evaluated first and may head a long left-nested chain
 // (`1 + 2 + 3 ...`, `s[..][..]`): they are walked without recursion down that chain.
 bool isLeftChainTag(ReachTag tag) { return tag >= ReachAdd && tag <= ReachSubstring; }
@@ -366,50 +384,60 @@ void ReachNormaliser<Unit>::quantifier(ReachExprPtr& node) {
       return;
     }
   }
-  ReachTag tag = node->tag;
-  JunctionFold junction(tag == ReachForall ? ReachAnd : ReachOr);
-  ParityFold parity;
-  ThresholdFold threshold(b.threshold ? b.threshold->number() : 0);
-  std::vector<ReachExprPtr> gathered;
-  ReachExprPtr failed;
+  switch (node->tag) {
+    case ReachForall:
+    case ReachExists: {
+      JunctionFold fold(node->tag == ReachForall ? ReachAnd : ReachOr);
+      node = collect(b, node->tag, fold);
+      break;
+    }
+    case ReachXorsum: {
+      ParityFold fold;
+      node = collect(b, node->tag, fold);
+      break;
+    }
+    case ReachThresholdQuantifier: {
+      ThresholdFold fold(b.threshold->number());
+      node = collect(b, node->tag, fold);
+      break;
+    }
+    default: {
+      GatherFold fold;
+      node = collect(b, node->tag, fold);
+      break;
+    }
+  }
+}
+
+template <class Unit>
+template <class Fold>
+ReachExprPtr ReachNormaliser<Unit>::collect(const ReachBinder& b, ReachTag tag, Fold& fold) {
   for (const ReachExprPtr& element : b.domain->list().items) {
     scope_.open(b.variable, element.get());
-    ReachExprPtr made;
-    if (tag == ReachForall || tag == ReachExists) {
-      ReachExprPtr filter = cloneReach(*b.filter);
-      if (tag == ReachForall) filter = makeReachUnary(ReachNot, std::move(filter));
-      made = listOf(tag == ReachForall ? ReachOr : ReachAnd, std::move(filter), cloneReach(*b.body));
-    } else {
-      ReachExprPtr filter = cloneReach(*b.filter);
-      normalise(filter);
-      if (isReachFail(*filter)) made = std::move(filter);
-      else if (!isReachBool(*filter)) made = listOf(ReachAnd, std::move(filter), cloneReach(*b.body));
-      else if (filter->boolValue()) made = cloneReach(*b.body);
-    }
-    if (made) normalise(made);
+    ReachExprPtr made = instance(b, tag);
     scope_.close();
-    if (!made) continue;
-    bool goOn = true;
-    switch (tag) {
-      case ReachForall:
-      case ReachExists: goOn = junction.add(std::move(made)); break;
-      case ReachXorsum: goOn = parity.add(std::move(made)); break;
-      case ReachThresholdQuantifier: goOn = threshold.add(std::move(made)); break;
-      default:
-        if (isReachFail(*made)) failed = std::move(made);
-        else gathered.push_back(std::move(made));
-        goOn = !failed;
-        break;
-    }
-    if (!goOn) break;
+    if (made && !fold.add(std::move(made))) break;
   }
-  switch (tag) {
-    case ReachForall:
-    case ReachExists: node = junction.finish(); break;
-    case ReachXorsum: node = parity.finish(); break;
-    case ReachThresholdQuantifier: node = threshold.finish(); break;
-    default: node = failed ? std::move(failed) : makeReachSet(std::move(gathered)); break;
+  return fold.finish();
+}
+
+// The operand that one element contributes, normalised in the element's scope; null when the
+// filter rejects the element.
+template <class Unit>
+ReachExprPtr ReachNormaliser<Unit>::instance(const ReachBinder& b, ReachTag tag) {
+  ReachExprPtr filter = cloneReach(*b.filter), made;
+  if (tag == ReachForall || tag == ReachExists) {
+    if (tag == ReachForall) filter = makeReachUnary(ReachNot, std::move(filter));
+    made = listOf(tag == ReachForall ? ReachOr : ReachAnd, std::move(filter), cloneReach(*b.body));
+  } else {
+    normalise(filter);
+    if (isReachFail(*filter)) return filter;
+    if (!isReachBool(*filter)) made = listOf(ReachAnd, std::move(filter), cloneReach(*b.body));
+    else if (filter->boolValue()) made = cloneReach(*b.body);
+    else return nullptr;
   }
+  normalise(made);
+  return made;
 }
 
 // A constant or failed definition is bound by value; any other stays in the `let` node and

@@ -43,6 +43,9 @@ class ReachNormaliser {
 
   template <class Fold>
   void foldOperands(std::vector<ReachExprPtr>& operands, Fold& fold);
+  template <class Fold>
+  ReachExprPtr collect(const ReachBinder& binder, ReachTag tag, Fold& fold);
+  ReachExprPtr instance(const ReachBinder& binder, ReachTag tag);
   // Normalises the only child; false (with the node replaced by the child) if it failed.
   bool childSucceeds(ReachExprPtr& node);
 
