@@ -143,6 +143,22 @@ TEST(ReachabilityMode, TrivialPredicatesAndFailures) {
             std::string::npos);
 }
 
+// An initial condition that nothing consumes is marked in every state; a cut-off's state never.
+TEST(ReachabilityMode, ConditionsOfTheInitialCutAndOfCutOffs) {
+  PrefixBuilder<PetriNet> net;
+  buildSmallNet(net);
+  Outcome o = check(net.prefix, "$ C 6");
+  ASSERT_TRUE(o.found);
+  EXPECT_EQ(o.traces, std::vector<std::vector<std::string>>{{}});
+  EXPECT_FALSE(check(net.prefix, "~$ C 6").found);
+  EXPECT_FALSE(check(net.prefix, "$ E 3 | $ C 5").found);
+  o = check(net.prefix, "(@ E 3)");
+  ASSERT_TRUE(o.found) << o.err;
+  std::vector<std::string> trace = o.traces[0];
+  std::sort(trace.begin(), trace.end());
+  EXPECT_EQ(trace, (std::vector<std::string>{"t1", "t2"}));
+}
+
 TEST(ReachabilityMode, AllSolutionsAndShortest) {
   Toggles net;
   OptionMap all = withSolver(1);
