@@ -47,6 +47,15 @@ Outcome check(const Unit& unit, const std::string& property, bool stgStates = fa
   return o;
 }
 
+// A property that must be expanded and decided without error.
+template <class Unit>
+Outcome decide(const Unit& unit, const std::string& property, bool stgStates = false,
+               OptionMap options = withSolver(1)) {
+  Outcome o = check(unit, property, stgStates, options);
+  EXPECT_LT(o.status, 2u) << property << o.err;
+  return o;
+}
+
 bool has(const std::vector<std::string>& trace, const std::string& name) {
   return std::find(trace.begin(), trace.end(), name) != trace.end();
 }
@@ -73,13 +82,13 @@ TEST(ReachabilityMode, ConditionalMeansWhatItSays) {
   const std::string meaning = "($ P \"x1\" & $ P \"y1\" | ~$ P \"x1\" & $ P \"z1\")";
   for (int solver : {0, 1}) {
     SCOPED_TRACE("solver " + std::to_string(solver));
-    EXPECT_FALSE(check(net.b.prefix, ite + " & ~" + meaning, false, withSolver(solver)).found);
-    EXPECT_FALSE(check(net.b.prefix, "~" + ite + " & " + meaning, false, withSolver(solver)).found);
-    Outcome o = check(net.b.prefix, ite + " & ~$ P \"x1\"", false, withSolver(solver));
+    EXPECT_FALSE(decide(net.b.prefix, ite + " & ~" + meaning, false, withSolver(solver)).found);
+    EXPECT_FALSE(decide(net.b.prefix, "~" + ite + " & " + meaning, false, withSolver(solver)).found);
+    Outcome o = decide(net.b.prefix, ite + " & ~$ P \"x1\"", false, withSolver(solver));
     ASSERT_TRUE(o.found);
     EXPECT_TRUE(has(o.traces[0], "tx"));
     EXPECT_FALSE(has(o.traces[0], "tz"));
-    o = check(net.b.prefix, "~" + ite + " & $ P \"x1\"", false, withSolver(solver));
+    o = decide(net.b.prefix, "~" + ite + " & $ P \"x1\"", false, withSolver(solver));
     ASSERT_TRUE(o.found);
     EXPECT_TRUE(has(o.traces[0], "ty"));
   }
@@ -88,13 +97,13 @@ TEST(ReachabilityMode, ConditionalMeansWhatItSays) {
 TEST(ReachabilityMode, ThresholdsAndLets) {
   Toggles net;
   const std::string two = "threshold[2]($ P \"x0\", $ P \"y0\", $ P \"z0\", @ T \"tx\")";
-  Outcome o = check(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\"");
+  Outcome o = decide(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\"");
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"tz"});
-  EXPECT_FALSE(check(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\" & $ P \"z1\"").found);
-  EXPECT_FALSE(check(net.b.prefix, "~" + two + " & $ P \"x0\" & $ P \"z0\"").found);
-  EXPECT_FALSE(check(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~v }").found);
-  o = check(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~$ P \"y1\" & (v <-> $ P \"z0\") }");
+  EXPECT_FALSE(decide(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\" & $ P \"z1\"").found);
+  EXPECT_FALSE(decide(net.b.prefix, "~" + two + " & $ P \"x0\" & $ P \"z0\"").found);
+  EXPECT_FALSE(decide(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~v }").found);
+  o = decide(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~$ P \"y1\" & (v <-> $ P \"z0\") }");
   ASSERT_TRUE(o.found);
   std::vector<std::string> trace = o.traces[0];
   std::sort(trace.begin(), trace.end());
@@ -103,18 +112,18 @@ TEST(ReachabilityMode, ThresholdsAndLets) {
 
 TEST(ReachabilityMode, EachLevelIsAConfigurationOfItsOwn) {
   Toggles net;
-  Outcome o = check(net.b.prefix, "$ P \"x1\" & ~$$ P \"x1\"");
+  Outcome o = decide(net.b.prefix, "$ P \"x1\" & ~$$ P \"x1\"");
   ASSERT_TRUE(o.found);
   ASSERT_EQ(o.traces.size(), 2u);
   EXPECT_FALSE(has(o.traces[0], "tx"));
   EXPECT_TRUE(has(o.traces[1], "tx"));
-  EXPECT_FALSE(check(net.b.prefix, "$ P \"x1\" & ~$ P \"x1\"").found);
+  EXPECT_FALSE(decide(net.b.prefix, "$ P \"x1\" & ~$ P \"x1\"").found);
   // Only the levels referred to exist.
-  o = check(net.b.prefix, "$$$ P \"y0\"");
+  o = decide(net.b.prefix, "$$$ P \"y0\"");
   ASSERT_TRUE(o.found);
   ASSERT_EQ(o.traces.size(), 1u);
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"ty"});
-  o = check(net.b.prefix, "$$ P \"y0\" & @@ T \"tz\" & ~@ T \"tz\"");
+  o = decide(net.b.prefix, "$$ P \"y0\" & @@ T \"tz\" & ~@ T \"tz\"");
   ASSERT_TRUE(o.found);
   ASSERT_EQ(o.traces.size(), 2u);
   EXPECT_TRUE(has(o.traces[0], "tz"));
@@ -147,12 +156,12 @@ TEST(ReachabilityMode, TrivialPredicatesAndFailures) {
 TEST(ReachabilityMode, ConditionsOfTheInitialCutAndOfCutOffs) {
   PrefixBuilder<PetriNet> net;
   buildSmallNet(net);
-  Outcome o = check(net.prefix, "$ C 6");
+  Outcome o = decide(net.prefix, "$ C 6");
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces, std::vector<std::vector<std::string>>{{}});
-  EXPECT_FALSE(check(net.prefix, "~$ C 6").found);
-  EXPECT_FALSE(check(net.prefix, "$ E 3 | $ C 5").found);
-  o = check(net.prefix, "(@ E 3)");
+  EXPECT_FALSE(decide(net.prefix, "~$ C 6").found);
+  EXPECT_FALSE(decide(net.prefix, "$ E 3 | $ C 5").found);
+  o = decide(net.prefix, "(@ E 3)");
   ASSERT_TRUE(o.found) << o.err;
   std::vector<std::string> trace = o.traces[0];
   std::sort(trace.begin(), trace.end());
@@ -173,7 +182,7 @@ TEST(ReachabilityMode, AllSolutionsAndShortest) {
   EXPECT_EQ(count, 6u);  // 8 markings, less the two with x1 and y1 marked
   OptionMap shortest = withSolver(1);
   shortest["min_cost"] = 1;
-  o = check(net.b.prefix, "($ P \"x0\" | $ P \"y0\") & ($ P \"z0\" | $ P \"x0\")", false, shortest);
+  o = decide(net.b.prefix, "($ P \"x0\" | $ P \"y0\") & ($ P \"z0\" | $ P \"x0\")", false, shortest);
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"tx"});
 }
@@ -184,24 +193,24 @@ TEST(ReachabilityMode, StgStatesSeenFromOutside) {
   PrefixBuilder<Stg> stg;
   buildDummyStg(stg);
   const StgPrefix& unit = stg.prefix;
-  EXPECT_TRUE(check(unit, "$ S \"a\" & ~$ S \"b\" & ~@ S \"b\"").found);
-  EXPECT_FALSE(check(unit, "$ S \"a\" & ~$ S \"b\" & ~@ S \"b\"", true).found);
-  EXPECT_TRUE(check(unit, "$ P \"p2\"").found);
-  EXPECT_FALSE(check(unit, "$ P \"p2\"", true).found);
-  Outcome o = check(unit, "~$ P \"p2\" & @ T \"b+\"", true);
+  EXPECT_TRUE(decide(unit, "$ S \"a\" & ~$ S \"b\" & ~@ S \"b\"").found);
+  EXPECT_FALSE(decide(unit, "$ S \"a\" & ~$ S \"b\" & ~@ S \"b\"", true).found);
+  EXPECT_TRUE(decide(unit, "$ P \"p2\"").found);
+  EXPECT_FALSE(decide(unit, "$ P \"p2\"", true).found);
+  Outcome o = decide(unit, "~$ P \"p2\" & @ T \"b+\"", true);
   ASSERT_TRUE(o.found) << o.err;
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"a+"});
-  o = check(unit, "(S \"b\")' & ~$ S \"b\"", true);
+  o = decide(unit, "(S \"b\")' & ~$ S \"b\"", true);
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"a+"});
-  o = check(unit, "(S \"b\")' & ~$ S \"b\"");
+  o = decide(unit, "(S \"b\")' & ~$ S \"b\"");
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], (std::vector<std::string>{"a+", "d.dum"}));
-  o = check(unit, "$ S \"b\" & ~(S \"a\")' & $ S \"a\"", true);
+  o = decide(unit, "$ S \"b\" & ~(S \"a\")' & $ S \"a\"", true);
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], (std::vector<std::string>{"a+", "d.dum", "b+"}));
-  EXPECT_FALSE(check(unit, "$ S \"b\" & ~$ S \"a\" & @ S \"a\"", true).found);
-  o = check(unit, "$ S \"b\" & ~$ S \"a\"", true);
+  EXPECT_FALSE(decide(unit, "$ S \"b\" & ~$ S \"a\" & @ S \"a\"", true).found);
+  o = decide(unit, "$ S \"b\" & ~$ S \"a\"", true);
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0].size(), 4u);
 }
@@ -217,10 +226,10 @@ TEST(ReachabilityMode, StateAtomsAskedForInBothDirections) {
   addPlaceArc(p[0], t0), addTransitionArc(t0, p[1]), addPlaceArc(p[1], t1), addTransitionArc(t1, p[2]);
   chain.step(t1, chain.step(t0, chain.condition(p[0]), p[1]), p[2]);
   for (int solver : {0, 1}) {
-    Outcome o = check(chain.prefix, "($ P \"p1\" | $ E 1) & ~$ P \"p1\" & $ E 1 & ~$ E 2", false, withSolver(solver));
+    Outcome o = decide(chain.prefix, "($ P \"p1\" | $ E 1) & ~$ P \"p1\" & $ E 1 & ~$ E 2", false, withSolver(solver));
     EXPECT_FALSE(o.found);
     EXPECT_EQ(o.status, 0u) << o.err;
-    o = check(chain.prefix, "($ P \"p1\" | $ E 1) & ~($ P \"p1\" ^ $ P \"p0\") & $ E 1 & ~$ E 2", false, withSolver(solver));
+    o = decide(chain.prefix, "($ P \"p1\" | $ E 1) & ~($ P \"p1\" ^ $ P \"p0\") & $ E 1 & ~$ E 2", false, withSolver(solver));
     EXPECT_FALSE(o.found);
     EXPECT_EQ(o.status, 0u) << o.err;
   }
@@ -230,11 +239,11 @@ TEST(ReachabilityMode, StateAtomsAskedForInBothDirections) {
 TEST(ReachabilityMode, DeepNormalForms) {
   Toggles net;
   std::string negations(9990, '~');
-  Outcome o = check(net.b.prefix, negations + "$ P \"x1\" & $ P \"y0\"");
+  Outcome o = decide(net.b.prefix, negations + "$ P \"x1\" & $ P \"y0\"");
   EXPECT_TRUE(o.found) << o.err;
   std::string nested = "$ P \"x0\"";
   for (int i = 0; i < 1500; ++i) nested = "$ P \"y1\" | ($ P \"z0\" & (" + nested + "))";
-  o = check(net.b.prefix, "~$ P \"y1\" & (" + nested + ")");
+  o = decide(net.b.prefix, "~$ P \"y1\" & (" + nested + ")");
   EXPECT_TRUE(o.found) << o.err;
 }
 
@@ -251,11 +260,11 @@ TEST(ReachabilityMode, MergedProcesses) {
   cp2->occurrenceDepth = 2;
   mp.event(t, {cp}, {cq});
   mp.event(u, {cq}, {cp2})->isCutOff = true;
-  Outcome o = check(mp.process, "$ P \"q\" & @ T \"u\"");
+  Outcome o = decide(mp.process, "$ P \"q\" & @ T \"u\"");
   ASSERT_TRUE(o.found);
   EXPECT_EQ(o.traces[0], std::vector<std::string>{"t"});
-  EXPECT_FALSE(check(mp.process, "$ P \"p\" & $ P \"q\"").found);
-  EXPECT_FALSE(check(mp.process, "$ C 3").found);
+  EXPECT_FALSE(decide(mp.process, "$ P \"p\" & $ P \"q\"").found);
+  EXPECT_FALSE(decide(mp.process, "$ C 3").found);
 }
 
 }  // namespace
