@@ -74,7 +74,7 @@ class NameMatcher {
 
 // The legacy kind prefix of a transition name: one of O, I, i, d, then a point.
 bool hasKindPrefix(const std::string& name) {
-  return name.size() >= 2 && name[1] == '.' && std::strchr("OIid", name[0]) && name[0] != '\0';
+  return name.size() >= 2 && name[1] == '.' && name[0] != '\0' && std::strchr("OIid", name[0]);
 }
 
 }  // namespace
@@ -117,13 +117,6 @@ const ReachExpr* ReachNetOps<Unit>::predefined(const std::string& name) const {
   for (const auto& [key, value] : predefined_)
     if (key == name) return value.get();
   return nullptr;
-}
-
-template <class Unit>
-bool ReachNetOps<Unit>::handles(ReachTag tag) {
-  return (tag >= ReachCondOf && tag <= ReachName) || tag == ReachDownclose || tag == ReachTrig ||
-         (tag >= ReachIsInit && tag <= ReachIsMinus) || tag == ReachPre || tag == ReachPost ||
-         (tag >= ReachConds && tag <= ReachSig);
 }
 
 template <class Unit>

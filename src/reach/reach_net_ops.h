@@ -32,7 +32,6 @@ class ReachNetOps {
   // signals, or null when the node stays as it is.
   ReachExprPtr checkStateAtom(const ReachExpr& node) const;
 
-  static bool handles(ReachTag tag);
 
  private:
   ReachExprPtr lookUp(const ReachExpr& node) const;
