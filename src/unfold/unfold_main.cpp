@@ -32,7 +32,7 @@ const UnfoldFlag flagTable[] = {
     {"-r", true, 0, INT32_MAX, &UnfoldOptions::conc_rel_size,
      "N  node limit of the concurrency relation (default 0: no relation; the modes'\n"
      "       re-unfoldings use 40000)"},
-    {"-n", false, 0, 0, &UnfoldOptions::no_cutoffs, "   throw cut-off events away (the prefix is then not complete)"},
+    {"-n", false, 0, 0, &UnfoldOptions::no_cutoffs, "   throw cut-off events away (a deadlock check may then find false deadlocks)"},
     {"-d", false, 0, 0, &UnfoldOptions::dummy_cutoffs, "   allow events of dummy transitions of an STG to be cut-offs"},
     {"-l", false, 0, 0, &UnfoldOptions::non_local_correspondents,
      "   search correspondents among all configurations, by SAT (slow)"},
