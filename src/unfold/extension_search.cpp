@@ -110,8 +110,10 @@ CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e,
   uint64_t plain = (*state.batch)[position]->size;
   for (const Condition* c : e->postset) {
     plain += 2 * state.placeConditions[c->place->index].size();
-    for (const Transition* t : c->place->postset)
+    for (const Transition* t : c->place->postset) {
       for (const Place* p : t->preset) plain += 2 * state.placeConditions[p->index].size();
+      if (plain >= closureWork_) return CoMethod::Closure;
+    }
   }
   return plain < closureWork_ ? CoMethod::Plain : CoMethod::Closure;
 }
