@@ -1,5 +1,5 @@
-// Walks over local configurations: generation-stamped membership sets, the past of a set
-// of conditions, and the description (size, depth, cut, marking) of a possible extension.
+// Walks over local configurations: the past of a set of conditions, and the description
+// (size, depth, cut, marking) of a possible extension.
 #pragma once
 
 #include <algorithm>
