@@ -251,19 +251,71 @@ bool ConflictMode::solve_all() {
   return !solutions.empty();
 }
 
-// By items: the cost vector is built once, and the descent of each item starts from the
-// best solution so far, so it can only improve on it.
+namespace {
+
+// Sinz's sequential counter, in the one direction that an upper bound needs: the returned
+// register r has r[j] forced true once more than j of the literals are true, so the unit
+// not r[k] allows at most k of them, and unit propagation sees it early.
+std::vector<Literal> countRegister(SatFormula& formula, const std::vector<Literal>& literals, size_t levels) {
+  std::vector<Literal> previous(levels, LiteralFalse), current(levels);
+  for (Literal x : literals) {
+    for (size_t j = 0; j < levels; ++j) {
+      Literal below = j == 0 ? LiteralTrue : previous[j - 1];
+      if (below == LiteralFalse && previous[j] == LiteralFalse) {
+        current[j] = LiteralFalse;
+        continue;
+      }
+      current[j] = formula.new_literal(true);
+      formula.add_binary(negate(previous[j]), current[j], PermanentGroup);
+      formula.add_clause({negate(x), negate(below), current[j]}, PermanentGroup);
+    }
+    previous.swap(current);
+  }
+  return previous;
+}
+
+}  // namespace
+
+// One solve of the current item for a pair of at most `limit` events, recorded if found.
+// An adder tree proves such bounds slowly, so the bound goes through a counter register,
+// built once with as many levels as the best cost then has, wherever it can express it.
+bool ConflictMode::item_within(uint64_t limit, const BitVector& v, std::vector<bool>& b) {
+  if (register_covers(limit)) formula.add_unit(negate(at_least_[limit]), TemporaryGroup);
+  else BitVectorEncoder(formula, TemporaryGroup).assert_less(v, BitVectorEncoder::from_constant(limit + 1));
+  bool found = solve_and_record(v, b);
+  formula.recreate_group(TemporaryGroup);
+  return found;
+}
+
+bool ConflictMode::register_covers(uint64_t limit) {
+  if (at_least_.empty()) {
+    std::vector<Literal> events;
+    projection(events);
+    uint64_t levels = solutions.back()->cost();
+    if (events.size() * levels <= register_limit) at_least_ = countRegister(formula, events, levels);
+  }
+  return limit < at_least_.size();
+}
+
+// By items. A first pass asks each item for a pair of half the best cost (where the register
+// can say so), else for a cheaper one, which brings the best down within a few items; the second runs the descent of each
+// item that can still improve on the best, so that an item whose pairs are all long costs
+// one quick refutation instead of a descent.
 bool ConflictMode::solve_minimum() {
   if (!signals.ok() || raiseStatus(0) >= StatusError) return false;
   if (method() == 1) return Base::solve_minimum();
   BitVector v;
   std::vector<bool> b;
   first_for_minimum(v, b);
-  for (uint32_t x = first_item(); x < end_item(); ++x) {
-    if (raiseStatus(0) >= StatusError || solutions.empty()) break;
-    select_item(x);
-    descend(v, b);
-  }
+  for (int pass = 0; pass < 2; ++pass)
+    for (uint32_t x = first_item(); x < end_item(); ++x) {
+      if (raiseStatus(0) >= StatusError || solutions.empty()) break;
+      uint64_t best = solutions.back()->cost();
+      if (best == 0) break;
+      select_item(x);
+      if (pass == 0 && best > 2 && register_covers(best / 2) && item_within(best / 2, v, b)) continue;
+      if (item_within(best - 1, v, b) && pass == 1) descend(v, b);
+    }
   return raiseStatus(0) < StatusError && !solutions.empty();
 }
 

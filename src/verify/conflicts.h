@@ -61,6 +61,9 @@ class ConflictMode : public SearchMode<StgPrefix> {
 
   const bool csc;
   bool conflict_free;
+  // Method 2 with -f bounds costs by a counter register of at most this many cells
+  // (literals times levels), by the adder tree beyond.
+  size_t register_limit = size_t{1} << 21;
   int64_t item = -1;  // place or signal under work; -1 outside method 2
 
  protected:
@@ -81,12 +84,18 @@ class ConflictMode : public SearchMode<StgPrefix> {
   // Solves and records until the limit of -a, excluding each core found.
   void collect_cores();
   bool limit_reached() const;
+  // Whether the current item has a pair of at most `limit` events; records it.
+  bool item_within(uint64_t limit, const BitVector& v, std::vector<bool>& b);
+  // Builds the counter register on first use, if it is small enough; whether it can bound
+  // the count by `limit`.
+  bool register_covers(uint64_t limit);
   // The first local signal whose excitation differs between the two states, or null.
   const Signal* differing_local_signal(const FinalState& first, const FinalState& second) const;
 
   SignalEncoding signals;
   std::vector<ConfigurationPair> known_cores_;
   size_t cores_at_build_ = 0;  // known cores whose clauses live in the item group
+  std::vector<Literal> at_least_;  // at_least_[j]: more than j events in the two records
 };
 
 std::unique_ptr<SearchModeBase> makeUscMode(const StgPrefix& prefix, const OptionMap& options);

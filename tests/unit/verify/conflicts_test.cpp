@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "model/loaders.h"
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/prefix_builder.h"
@@ -20,11 +21,12 @@ struct ModeRun {
 };
 
 ModeRun runConflict(const StgPrefix& prefix, bool csc, OptionMap options,
-                    const std::vector<ConfigurationPair>& known = {}) {
+                    const std::vector<ConfigurationPair>& known = {}, size_t registerLimit = size_t{1} << 21) {
   ModeRun r;
   testing::internal::CaptureStdout();
   r.err = captureStderr([&] {
     r.mode = std::make_unique<ConflictMode>(prefix, options, csc, csc);
+    r.mode->register_limit = registerLimit;
     for (const ConfigurationPair& core : known) r.mode->add_known_core(core);
     r.mode->run();
   });
@@ -100,6 +102,26 @@ TEST(ConflictModes, VerdictsAndShortestPairsOnSmallNets) {
               EXPECT_EQ(signal->name, "x");
             }
           }
+  }
+}
+
+// Method 2 bounds the cost of each item by a counter register or, past its size limit, by
+// the adder tree of the cost; both must give the table's shortest pairs.
+TEST(ConflictModes, ShortestPairsWithAndWithoutTheCounterRegister) {
+  for (const VerdictRow& row : stgVerdictRows()) {
+    if (row.uscCost < 0 || row.dummyRulesAgree != "-") continue;
+    std::unique_ptr<StgUnit> unit;
+    captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row.prefix)); });
+    ASSERT_NE(unit, nullptr);
+    for (size_t limit : {size_t{0}, size_t{1} << 21})
+      for (bool csc : {false, true}) {
+        int expected = csc ? row.cscCost : row.uscCost;
+        if (expected < 0) continue;
+        SCOPED_TRACE(row.name + (csc ? " -C" : " -U") + " register limit " + std::to_string(limit));
+        ModeRun r = runConflict(unit->get<StgPrefix>(), csc, settings(2, 1, 1), {}, limit);
+        ASSERT_EQ(r.mode->result_list().size(), 1u);
+        EXPECT_EQ(r.mode->result_list()[0]->cost(), static_cast<uint64_t>(expected));
+      }
   }
 }
 
