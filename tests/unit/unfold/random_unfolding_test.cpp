@@ -56,7 +56,9 @@ std::string unfoldSignature(std::unique_ptr<Net> net, const UnfoldOptions& optio
   EXPECT_TRUE(unfoldNet(*prefix, options));
   EXPECT_TRUE(checkPrefixStructure(*prefix));
   checkCorrespondents(prefix->conditions, prefix->events);
-  if (markings) EXPECT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, *markings));
+  if (markings) {
+    EXPECT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, *markings));
+  }
   return prefixSignature(prefix->conditions, prefix->events);
 }
 
@@ -134,7 +136,9 @@ TEST(UnfoldRandom, EveryOrderGivesACompletePrefix) {
       EXPECT_EQ(markings, space.placeSets()) << "order " << order;
       // Order 3 is already total on the configurations of a safe net.
       if (order == 3) third = signature;
-      if (order == 4) EXPECT_EQ(signature, third);
+      if (order == 4) {
+        EXPECT_EQ(signature, third);
+      }
     }
   }
 }
@@ -228,11 +232,14 @@ TEST(UnfoldRandom, DummiesOfStgsAreNoCutOffsUnlessAllowed) {
     bool done = false;
     std::string err = captureStderr([&] { done = unfoldNet(*prefix, options); });
     EXPECT_EQ(done, !cycle) << err;
-    if (cycle)
+    if (cycle) {
       EXPECT_NE(err.find("a cycle of dummy transitions is reachable; trace:\n"), std::string::npos) << err;
+    }
     if (done) {
       for (const Event* e : prefix->events)
-        if (eventIsCutOff(e)) EXPECT_NE(e->transition->signal->kind, SignalDummy);
+        if (eventIsCutOff(e)) {
+          EXPECT_NE(e->transition->signal->kind, SignalDummy);
+        }
       std::set<PlaceSet> markings;
       ASSERT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, markings));
       EXPECT_EQ(markings, space.placeSets());

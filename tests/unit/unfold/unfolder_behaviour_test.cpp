@@ -131,7 +131,9 @@ TEST(UnfoldBehaviour, DummyEventsOfStgsAreCutOffsOnlyWhenAllowed) {
   EXPECT_EQ(stg.unfold(defaults()), "");
   EXPECT_EQ(stg.statistics(), "\n |B|=7 |E|=6 |C|=2 |BE|=6 |EB|=6");
   for (const Event* e : stg.prefix->events)
-    if (eventIsCutOff(e)) EXPECT_EQ(e->transition->name, "z");
+    if (eventIsCutOff(e)) {
+      EXPECT_EQ(e->transition->name, "z");
+    }
 
   UnfoldOptions allowed = defaults();
   allowed.dummy_cutoffs = 1;
