@@ -42,10 +42,7 @@ void checkFile(const VerdictRow& row, const std::string& file, bool allSettings)
           if (minimise && expected != "yes") continue;
           SCOPED_TRACE(std::string(csc ? "-C" : "-U") + " -m" + std::to_string(method) + " -$" +
                        std::to_string(solver) + (minimise ? " -f" : ""));
-          OptionMap options;
-          options["solver"] = solver;
-          options["method"] = method;
-          options["min_cost"] = minimise;
+          OptionMap options = stateCodingOptions(method, solver, minimise);
           Outcome outcome;
           testing::internal::CaptureStdout();
           captureStderr([&] { outcome = runConflictMode(prefix, csc, options); });

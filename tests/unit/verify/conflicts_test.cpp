@@ -34,15 +34,6 @@ ModeRun runConflict(const StgPrefix& prefix, bool csc, OptionMap options,
   return r;
 }
 
-OptionMap settings(int method, int solver, int minimise = 0, int all = 0) {
-  OptionMap options;
-  options["method"] = method;
-  options["solver"] = solver;
-  options["min_cost"] = minimise;
-  options["all_solutions"] = all;
-  return options;
-}
-
 // The two configurations of a solution as sorted event lists, the smaller pair first so
 // that the same core found in either order compares equal.
 std::pair<std::vector<uint32_t>, std::vector<uint32_t>> unorderedPair(const Solution& s) {
@@ -87,7 +78,7 @@ TEST(ConflictModes, VerdictsAndShortestPairsOnSmallNets) {
           for (int minimise : {0, 1}) {
             SCOPED_TRACE(std::string(c.name) + (csc ? " -C" : " -U") + " -m" + std::to_string(method) + " -$" +
                          std::to_string(solver) + (minimise ? " -f" : ""));
-            ModeRun r = runConflict(prefix, csc, settings(method, solver, minimise));
+            ModeRun r = runConflict(prefix, csc, stateCodingOptions(method, solver, minimise));
             int expected = csc ? c.cscCost : c.uscCost;
             const ResultList& results = r.mode->result_list();
             ASSERT_EQ(results.size(), expected >= 0 ? 1u : 0u);
@@ -118,7 +109,7 @@ TEST(ConflictModes, ShortestPairsWithAndWithoutTheCounterRegister) {
         int expected = csc ? row.cscCost : row.uscCost;
         if (expected < 0) continue;
         SCOPED_TRACE(row.name + (csc ? " -C" : " -U") + " register limit " + std::to_string(limit));
-        ModeRun r = runConflict(unit->get<StgPrefix>(), csc, settings(2, 1, 1), {}, limit);
+        ModeRun r = runConflict(unit->get<StgPrefix>(), csc, stateCodingOptions(2, 1, 1), {}, limit);
         ASSERT_EQ(r.mode->result_list().size(), 1u);
         EXPECT_EQ(r.mode->result_list()[0]->cost(), static_cast<uint64_t>(expected));
       }
@@ -129,7 +120,7 @@ TEST(ConflictModes, EnumerationGivesDistinctConflictsUpToTheLimit) {
   auto unit = loadTestStg("contradictory");
   const StgPrefix& prefix = unit->get<StgPrefix>();
   for (int method : {1, 2}) {
-    ModeRun all = runConflict(prefix, false, settings(method, 1, 0, -1));
+    ModeRun all = runConflict(prefix, false, stateCodingOptions(method, 1, 0, -1));
     const ResultList& results = all.mode->result_list();
     std::set<std::pair<std::vector<uint32_t>, std::vector<uint32_t>>> distinct;
     for (const auto& s : results) {
@@ -140,7 +131,7 @@ TEST(ConflictModes, EnumerationGivesDistinctConflictsUpToTheLimit) {
     EXPECT_EQ(distinct.size(), results.size());
     EXPECT_EQ(all.mode->known_cores().size(), results.size());
     for (int limit : {1, 2}) {
-      ModeRun some = runConflict(prefix, false, settings(method, 0, 0, limit));
+      ModeRun some = runConflict(prefix, false, stateCodingOptions(method, 0, 0, limit));
       EXPECT_EQ(some.mode->result_list().size(), static_cast<size_t>(limit));
     }
   }
@@ -152,16 +143,16 @@ TEST(ConflictModes, KnownCoresAreNotFoundAgain) {
   for (bool csc : {false, true})
     for (int method : {1, 2}) {
       SCOPED_TRACE(std::string(csc ? "-C" : "-U") + " -m" + std::to_string(method));
-      ModeRun all = runConflict(prefix, csc, settings(method, 1, 0, -1));
+      ModeRun all = runConflict(prefix, csc, stateCodingOptions(method, 1, 0, -1));
       std::vector<ConfigurationPair> known;
       for (const auto& s : all.mode->result_list()) known.push_back(corePair(prefix, *s));
       ASSERT_EQ(known.size(), csc ? 1u : 2u);
-      EXPECT_TRUE(runConflict(prefix, csc, settings(method, 1), known).mode->result_list().empty());
-      EXPECT_TRUE(runConflict(prefix, csc, settings(method, 0, 1), known).mode->result_list().empty());
+      EXPECT_TRUE(runConflict(prefix, csc, stateCodingOptions(method, 1), known).mode->result_list().empty());
+      EXPECT_TRUE(runConflict(prefix, csc, stateCodingOptions(method, 0, 1), known).mode->result_list().empty());
       // With one core left out, that core is the only answer.
       ConfigurationPair left = known.back();
       known.pop_back();
-      ModeRun again = runConflict(prefix, csc, settings(method, 1, 0, -1), known);
+      ModeRun again = runConflict(prefix, csc, stateCodingOptions(method, 1, 0, -1), known);
       ASSERT_EQ(again.mode->result_list().size(), 1u);
       EXPECT_EQ(unorderedPair(*again.mode->result_list()[0]), unorderedPair(*all.mode->result_list().back()));
     }
@@ -172,7 +163,7 @@ TEST(ConflictModes, InclusionOptions) {
   auto choice = loadTestStg("contradictory");
   const std::string message = "The net is (dynamically) conflict-free: optimized method is used.";
   const std::string warning = "+l is valid only for (dynamically) conflict-free nets; the result may be incorrect";
-  OptionMap options = settings(2, 1);
+  OptionMap options = stateCodingOptions(2, 1);
   ModeRun plain = runConflict(free->get<StgPrefix>(), true, options);
   EXPECT_NE(plain.out.find(message), std::string::npos);
   EXPECT_TRUE(plain.mode->conflict_free);
@@ -185,7 +176,7 @@ TEST(ConflictModes, InclusionOptions) {
   EXPECT_FALSE(forced.mode->conflict_free);
   EXPECT_NE(forced.err.find(warning), std::string::npos);
   EXPECT_EQ(forced.mode->result_list().size(), 1u);
-  EXPECT_EQ(runConflict(choice->get<StgPrefix>(), false, settings(2, 1)).err.find(warning), std::string::npos);
+  EXPECT_EQ(runConflict(choice->get<StgPrefix>(), false, stateCodingOptions(2, 1)).err.find(warning), std::string::npos);
 }
 
 TEST(ConflictModes, PlaceWithoutConditionsIsAnUnsatisfiableItem) {
@@ -193,7 +184,7 @@ TEST(ConflictModes, PlaceWithoutConditionsIsAnUnsatisfiableItem) {
   StgPrefix& prefix = unit->get<StgPrefix>();
   prefix.places.add(new Place)->name = "unused";
   for (int minimise : {0, 1}) {
-    ModeRun r = runConflict(prefix, false, settings(2, 1, minimise));
+    ModeRun r = runConflict(prefix, false, stateCodingOptions(2, 1, minimise));
     ASSERT_EQ(r.mode->result_list().size(), 1u);
     EXPECT_EQ(r.mode->result_list()[0]->cost(), 2u);
   }
@@ -244,8 +235,8 @@ TEST(DummyCutOffs, OnlyTheCscDetectorWarns) {
   DummyCutOffPrefix after(true);
   after.dummy->correspondent.setInitialState();
   const std::string warning = "there are dummy cut-offs; the result will not be reliable";
-  EXPECT_NE(runConflict(after.b.prefix, true, settings(2, 1)).err.find(warning), std::string::npos);
-  EXPECT_EQ(runConflict(after.b.prefix, false, settings(2, 1)).err.find(warning), std::string::npos);
+  EXPECT_NE(runConflict(after.b.prefix, true, stateCodingOptions(2, 1)).err.find(warning), std::string::npos);
+  EXPECT_EQ(runConflict(after.b.prefix, false, stateCodingOptions(2, 1)).err.find(warning), std::string::npos);
 }
 
 }  // namespace

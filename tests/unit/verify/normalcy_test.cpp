@@ -21,10 +21,7 @@ struct NormalcyRun {
 };
 
 NormalcyRun runNormalcy(const StgPrefix& prefix, int method, int solver = 1, int minimise = 0) {
-  OptionMap options;
-  options["method"] = method;
-  options["solver"] = solver;
-  options["min_cost"] = minimise;
+  OptionMap options = stateCodingOptions(method, solver, minimise);
   NormalcyRun r;
   testing::internal::CaptureStdout();
   r.err = captureStderr([&] {

@@ -21,10 +21,7 @@ struct Answer {
 };
 
 Answer run(const StgPrefix& prefix, int mode, int method, int solver, bool minimise) {
-  OptionMap options;
-  options["method"] = method;
-  options["solver"] = solver;
-  options["min_cost"] = minimise;
+  OptionMap options = stateCodingOptions(method, solver, minimise);
   Answer answer;
   testing::internal::CaptureStdout();
   captureStderr([&] {

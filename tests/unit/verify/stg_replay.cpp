@@ -67,6 +67,15 @@ void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc)
   EXPECT_TRUE(differs) << "the excited local signals are equal";
 }
 
+OptionMap stateCodingOptions(int method, int solver, int minimise, int all) {
+  OptionMap options;
+  options["method"] = method;
+  options["solver"] = solver;
+  options["min_cost"] = minimise;
+  options["all_solutions"] = all;
+  return options;
+}
+
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
   std::unique_ptr<StgUnit> unit;
   testing::internal::CaptureStdout();

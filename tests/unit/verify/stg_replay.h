@@ -9,6 +9,7 @@
 
 #include "model/net_unit.h"
 #include "model/results.h"
+#include "platform/options.h"
 
 namespace nurex::test {
 
@@ -28,6 +29,9 @@ std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occ
 
 // Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc);
+
+// The options of a state-coding run: -mN, -$N, -f, -a (all = -1 for all solutions).
+OptionMap stateCodingOptions(int method, int solver, int minimise = 0, int all = 0);
 
 // tests/data/verify/<name>.g, unfolded on load (stderr swallowed); null on failure.
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name);
