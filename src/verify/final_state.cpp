@@ -13,14 +13,16 @@ FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace) {
   state.code.assign(prefix.signals.size(), 0);
   for (const Signal* s : prefix.signals)
     if (s->kind != SignalDummy) state.code[s->index] = s->initialValue == 1;
+  // Produced minus consumed, so that any order of the events gives the same cut.
   for (const TraceStep& step : trace) {
     const Event* e = prefix.events[step.index];
-    for (const Condition* c : e->preset) cut[c->index] = 0;
     for (const Condition* c : e->postset)
       if (c->index != NoIndex) cut[c->index] = 1;
     const Signal* s = e->transition->signal;
     if (s && s->kind != SignalDummy) state.code[s->index] ^= 1;  // consistency: every edge toggles
   }
+  for (const TraceStep& step : trace)
+    for (const Condition* c : prefix.events[step.index]->preset) cut[c->index] = 0;
   state.marking.assign(prefix.places.size(), 0);
   for (const Condition* c : prefix.conditions)
     if (cut[c->index]) ++state.marking[c->place->index];

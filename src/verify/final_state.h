@@ -16,7 +16,7 @@ struct FinalState {
   std::vector<uint8_t> enabled;   // per signal: some event of it is enabled in the final cut
 };
 
-// Replays the events of the trace from the initial cut. The trace is assumed to be a
+// The state after the events of the trace, in any order. The events are assumed to form a
 // configuration (the safe run check comes first).
 FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace);
 

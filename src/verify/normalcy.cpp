@@ -80,6 +80,10 @@ void NormalcyMode::add_solution() {
     for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin && !offending_signal; ++i)
       if (violated(unit.signals[i], a, b)) offending_signal = unit.signals[i];
     if (!offending_signal) offending_signal = differing_local_signal(a, b);
+    if (!offending_signal) {
+      reportError("normalcy check failed");
+      return;
+    }
     reason = codesEqual(a, b) ? ReasonCscConflict : ReasonOther;
     fill(*solution, &pair[0], &pair[1]);
   }
