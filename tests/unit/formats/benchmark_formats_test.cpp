@@ -10,6 +10,7 @@
 #include "model/formats/readers.h"
 #include "model/formats/writers.h"
 #include "unit/formats/format_test_util.h"
+#include "support/verdicts.h"
 
 namespace nurex::test {
 namespace {
@@ -23,18 +24,10 @@ struct VerdictRow {
 };
 
 std::map<std::string, VerdictRow> readVerdicts() {
-  std::ifstream in(Benchmarks + "/verdicts.tsv");
   std::map<std::string, VerdictRow> rows;
-  std::string line;
-  std::getline(in, line);  // header
-  while (std::getline(in, line)) {
-    std::vector<std::string> cells;
-    std::stringstream fields(line);
-    for (std::string cell; std::getline(fields, cell, '\t');) cells.push_back(cell);
-    if (cells.size() < 9) continue;
-    rows[cells[2]] = {cells[1], "\n |B|=" + cells[4] + " |E|=" + cells[5] + " |C|=" + cells[6] + " |BE|=" + cells[7] +
-                                    " |EB|=" + cells[8]};
-  }
+  for (VerdictCells& v : readBenchmarkVerdicts())
+    rows[v["prefix"]] = {v["kind"], "\n |B|=" + v["B"] + " |E|=" + v["E"] + " |C|=" + v["C"] + " |BE|=" + v["BE"] +
+                                        " |EB|=" + v["EB"]};
   return rows;
 }
 

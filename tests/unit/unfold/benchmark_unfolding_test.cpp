@@ -3,13 +3,12 @@
 // and two threads and from each extension-search method.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <vector>
 
 #include "model/formats/g_reader.h"
 #include "support/capture.h"
 #include "support/state_space.h"
+#include "support/verdicts.h"
 #include "unit/unfold/unfold_test_support.h"
 
 namespace nurex::test {
@@ -22,18 +21,18 @@ struct VerdictRow {
 };
 
 std::vector<VerdictRow> readVerdicts() {
-  std::ifstream in(std::string(NUREX_BENCHMARKS) + "/verdicts.tsv");
   std::vector<VerdictRow> rows;
-  std::string line;
-  std::getline(in, line);  // header: name kind prefix states B E C BE EB ...
-  while (std::getline(in, line)) {
-    std::istringstream fields(line);
+  for (VerdictCells& v : readBenchmarkVerdicts()) {
     VerdictRow row;
-    std::string kind, prefix;
+    row.name = v["name"];
+    row.states = std::stoull(v["states"]);
     PrefixStatistics& s = row.statistics;
-    fields >> row.name >> kind >> prefix >> row.states >> s.conditions >> s.events >> s.cutOffs >>
-        s.conditionEventArcs >> s.eventConditionArcs;
-    if (!row.name.empty()) rows.push_back(row);
+    s.conditions = std::stoull(v["B"]);
+    s.events = std::stoull(v["E"]);
+    s.cutOffs = std::stoull(v["C"]);
+    s.conditionEventArcs = std::stoull(v["BE"]);
+    s.eventConditionArcs = std::stoull(v["EB"]);
+    rows.push_back(row);
   }
   return rows;
 }

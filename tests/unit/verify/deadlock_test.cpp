@@ -4,13 +4,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
-#include <sstream>
 
 #include "model/loaders.h"
 #include "support/capture.h"
 #include "support/random_net.h"
 #include "support/state_space.h"
+#include "support/verdicts.h"
 #include "unfold/unfolder.h"
 #include "verify/deadlock.h"
 
@@ -24,15 +23,10 @@ struct Row {
 };
 
 std::vector<Row> verdictRows() {
-  std::ifstream in(std::string(NUREX_BENCHMARKS) + "/verdicts.tsv");
   std::vector<Row> rows;
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    std::vector<std::string> f;
-    std::stringstream s(line);
-    for (std::string x; std::getline(s, x, '\t');) f.push_back(x);
-    rows.push_back({f[0], f[2], f[9] == "yes", f[9] == "yes" ? std::stoul(f[10]) : 0});
+  for (VerdictCells& v : readBenchmarkVerdicts()) {
+    bool dead = v["deadlock"] == "yes";
+    rows.push_back({v["name"], v["prefix"], dead, dead ? std::stoul(v["deadlock_len"]) : 0});
   }
   return rows;
 }

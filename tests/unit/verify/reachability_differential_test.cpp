@@ -4,13 +4,12 @@
 // every witness trace must replay to a state where the predicate holds.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 
 #include "model/checks.h"
 #include "model/loaders.h"
 #include "support/capture.h"
 #include "support/random_net.h"
+#include "support/verdicts.h"
 #include "unfold/unfolder.h"
 #include "unit/verify/reach_oracle.h"
 #include "verify/reachability.h"
@@ -101,16 +100,10 @@ struct BenchmarkRow {
 };
 
 std::vector<BenchmarkRow> smallBenchmarks() {
-  std::ifstream in(std::string(NUREX_BENCHMARKS) + "/verdicts.tsv");
   std::vector<BenchmarkRow> rows;
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    std::vector<std::string> f;
-    std::stringstream s(line);
-    for (std::string x; std::getline(s, x, '\t');) f.push_back(x);
-    BenchmarkRow row{f[0], f[1], f[2], static_cast<uint32_t>(std::stoul(f[3])), static_cast<uint32_t>(std::stoul(f[5])),
-                     static_cast<uint32_t>(std::stoul(f[16]))};
+  for (VerdictCells& v : readBenchmarkVerdicts()) {
+    BenchmarkRow row{v["name"], v["kind"], v["prefix"], static_cast<uint32_t>(std::stoul(v["states"])),
+                     static_cast<uint32_t>(std::stoul(v["E"])), static_cast<uint32_t>(std::stoul(v["dummies"]))};
     if (row.states <= 400 && row.events <= 250) rows.push_back(row);
   }
   return rows;

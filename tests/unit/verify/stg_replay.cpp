@@ -3,11 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 
 #include "model/loaders.h"
 #include "support/capture.h"
+#include "support/verdicts.h"
 
 namespace nurex::test {
 
@@ -85,18 +84,12 @@ std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
 }
 
 std::vector<VerdictRow> stgVerdictRows() {
-  std::ifstream in(std::string(NUREX_BENCHMARKS) + "/verdicts.tsv");
   std::vector<VerdictRow> rows;
-  std::string line;
-  std::getline(in, line);
   auto cost = [](const std::string& text) { return text == "-" ? -1 : std::stoi(text); };
-  while (std::getline(in, line)) {
-    std::vector<std::string> f;
-    std::stringstream s(line);
-    for (std::string x; std::getline(s, x, '\t');) f.push_back(x);
-    if (f.size() < 18 || f[1] != "stg") continue;
-    rows.push_back({f[0], f[1], f[2], f[11], f[13], f[15], f[17], cost(f[12]), cost(f[14])});
-  }
+  for (VerdictCells& v : readBenchmarkVerdicts())
+    if (v["kind"] == "stg")
+      rows.push_back({v["name"], v["kind"], v["prefix"], v["usc"], v["csc"], v["normal"], v["dummy_rules_agree"],
+                      cost(v["usc_cost"]), cost(v["csc_cost"])});
   return rows;
 }
 
