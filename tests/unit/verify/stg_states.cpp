@@ -26,11 +26,6 @@ struct Extended {
   }
 };
 
-struct Counted {
-  std::vector<uint8_t> marking, code, excited;
-  uint32_t distance;
-};
-
 bool enabled(const Transition* t, const std::vector<uint8_t>& marking) {
   return std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return marking[p->index] != 0; });
 }
@@ -62,7 +57,7 @@ bool fire(const Transition* t, const Extended& from, Extended& to) {
   return true;
 }
 
-std::vector<Counted> countedStates(const Stg& stg, uint32_t limit, StgStateFacts& facts) {
+std::vector<CountedState> countedStates(const Stg& stg, uint32_t limit, bool& complete, bool& safe) {
   Extended start;
   start.marking.assign(stg.places.size(), 0);
   for (const Place* p : stg.places) start.marking[p->index] = p->tokens != 0;
@@ -71,7 +66,7 @@ std::vector<Counted> countedStates(const Stg& stg, uint32_t limit, StgStateFacts
   std::map<std::string, uint32_t> seen{{start.key(), 0}};
   std::vector<Extended> queue{start};
   std::vector<uint32_t> distance{0};
-  std::map<std::string, Counted> counted;
+  std::map<std::string, CountedState> counted;
   for (size_t i = 0; i < queue.size(); ++i) {
     if (queue[i].pending.empty()) {
       std::string k(queue[i].marking.begin(), queue[i].marking.end());
@@ -82,12 +77,12 @@ std::vector<Counted> countedStates(const Stg& stg, uint32_t limit, StgStateFacts
       if (!enabled(t, queue[i].marking)) continue;
       Extended next;
       if (!fire(t, queue[i], next)) {
-        facts.safe = false;
+        safe = false;
         return {};
       }
       if (seen.emplace(next.key(), queue.size()).second) {
         if (queue.size() >= limit) {
-          facts.complete = false;
+          complete = false;
           return {};
         }
         queue.push_back(next);
@@ -95,7 +90,7 @@ std::vector<Counted> countedStates(const Stg& stg, uint32_t limit, StgStateFacts
       }
     }
   }
-  std::vector<Counted> states;
+  std::vector<CountedState> states;
   for (auto& [k, c] : counted) {
     c.excited.assign(stg.signals.size(), 0);
     for (const Transition* t : stg.transitions)
@@ -119,16 +114,16 @@ void minimise(int& cost, uint32_t value) {
 
 StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit) {
   StgStateFacts facts;
-  std::vector<Counted> states = countedStates(stg, stateLimit, facts);
+  std::vector<CountedState> states = countedStates(stg, stateLimit, facts.complete, facts.safe);
   if (!facts.complete || !facts.safe) return facts;
   facts.states = states.size();
   std::vector<const Signal*> local;
   for (const Signal* s : stg.signals)
     if (isLocal(s)) local.push_back(s);
-  auto next = [](const Counted& c, const Signal* s) { return (c.code[s->index] ^ c.excited[s->index]) != 0; };
+  auto next = [](const CountedState& c, const Signal* s) { return (c.code[s->index] ^ c.excited[s->index]) != 0; };
   std::vector<bool> pNormal(stg.signals.size(), true), nNormal(stg.signals.size(), true);
-  for (const Counted& a : states)
-    for (const Counted& b : states) {
+  for (const CountedState& a : states)
+    for (const CountedState& b : states) {
       if (&a != &b && a.code == b.code) {
         if (&a < &b) minimise(facts.uscCost, a.distance + b.distance);
         bool excitation = std::any_of(local.begin(), local.end(), [&](const Signal* s) {
@@ -144,6 +139,12 @@ StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit) {
     }
   for (const Signal* s : local) facts.normal &= pNormal[s->index] || nNormal[s->index];
   return facts;
+}
+
+CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit) {
+  CountedStates result;
+  result.states = countedStates(stg, stateLimit, result.complete, result.safe);
+  return result;
 }
 
 }  // namespace nurex::test

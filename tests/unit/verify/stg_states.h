@@ -1,4 +1,5 @@
-// Test support: explicit-state USC, CSC and normalcy facts of a small safe consistent STG.
+// Test support: explicit-state USC, CSC and normalcy facts of a small safe consistent STG,
+// and its counted states with their codes and excited signals.
 // The states that count are those of runs after which no dummy occurrence is pending
 // (all the tokens that it produced still in place), i.e. the configurations without a
 // maximal dummy event.
@@ -21,5 +22,21 @@ struct StgStateFacts {
 };
 
 StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit = 20000);
+
+// A counted state, distinct from the others by marking or code.
+struct CountedState {
+  std::vector<uint8_t> marking;  // per place
+  std::vector<uint8_t> code;     // per signal; dummies stay 0
+  std::vector<uint8_t> excited;  // per signal: some transition of it is enabled
+  uint32_t distance = 0;         // length of a shortest run reaching it
+};
+
+struct CountedStates {
+  bool complete = true;  // false when the state limit stopped the exploration
+  bool safe = true;
+  std::vector<CountedState> states;  // in (marking, code) order; empty unless complete and safe
+};
+
+CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit = 20000);
 
 }  // namespace nurex::test
