@@ -4,6 +4,7 @@
 namespace nurex {
 
 void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const Condition* alsoConsumed) {
+  cut_ = nullptr;
   past_.walkFrom(state, e ? e->index : NoIndex);
   consumed_.next();
   memo_.next();
@@ -13,6 +14,10 @@ void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const
 }
 
 bool ConfigurationAnchor::concurrent(const UnfoldState& state, const Condition* y) {
+  if (cut_) {
+    if (cut_->has(y->index)) return true;
+    return aboveCut(state, y->index) && compatible(state, y->producer->index);
+  }
   if (consumed_.has(y->index)) return false;
   const Event* p = y->producer;
   if (!p || past_.contains(p)) return true;
@@ -25,14 +30,25 @@ void ConfigurationAnchor::failStack() {
 }
 
 // An event outside the anchor that consumes a condition consumed in the anchor is in
-// conflict with it. False when g is.
+// conflict with it. Anchored on a cut, a preset condition outside the cut is either
+// consumed in [e] (a conflict, or g is in [e]) or produced outside [e]; the walk goes on
+// through its producer and tells the two apart by depth on a place that the cut marks, or
+// at the latest at the initial conditions: one outside the cut is consumed in [e].
+// False when g is in conflict.
 bool ConfigurationAnchor::enter(const UnfoldState& state, uint32_t g) {
   memo_.mark(g);
   memoValue_[g] = Visiting;
   frames_.push_back({g, 0});
   for (uint32_t b : state.presetOf(g))
-    if (consumed_.has(b)) return false;
+    if (cut_ ? !aboveCut(state, b) : consumed_.has(b)) return false;
   return true;
+}
+
+// The event to walk next behind preset condition b, or NoIndex where the anchor is met.
+uint32_t ConfigurationAnchor::causeBehind(const UnfoldState& state, uint32_t b) const {
+  if (cut_) return cut_->has(b) ? NoIndex : state.conditionProducer[b];
+  uint32_t p = state.conditionProducer[b];
+  return p == NoIndex || past_.contains(p) ? NoIndex : p;
 }
 
 // Depth-first through the producers of [g] outside the anchor; a conflict found on the way
@@ -46,15 +62,15 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
   }
   while (!frames_.empty()) {
     auto [event, next] = frames_.back();
-    std::span<const uint32_t> causes = state.producersOf(event);
-    if (next == causes.size()) {
+    std::span<const uint32_t> preset = state.presetOf(event);
+    if (next == preset.size()) {
       memoValue_[event] = Compatible;
       frames_.pop_back();
       continue;
     }
     ++frames_.back().second;
-    uint32_t p = causes[next];
-    if (past_.contains(p)) continue;
+    uint32_t p = causeBehind(state, preset[next]);
+    if (p == NoIndex) continue;
     if (memo_.has(p)) {
       if (memoValue_[p] == Incompatible) {
         failStack();

@@ -27,12 +27,33 @@ class ConfigurationAnchor {
   void anchor(const UnfoldState& state, const Event* e, const Condition* alsoConsumed);
   // Anchors on the condition x itself: [producer(x)] with x held as consumed.
   void anchorCondition(const UnfoldState& state, const Condition* x) { anchor(state, x->producer, x); }
+  // Anchors on [e] given by Cut([e]) alone, which must stay unchanged while anchored. A
+  // walk back from y that meets only conditions outside the cut cannot leave [e] once it
+  // is inside: there every preset is consumed, down to initial conditions outside the cut.
+  // So [e] itself is never walked.
+  // A walk also stops at a condition that cannot follow the cut on its place, which needs
+  // the configurations met to be safe there. Up to the batch being extended they are, bar
+  // the place that the test for a second token asks about: `exactPlace`, or NoIndex.
+  // Stopping early only ever answers "not concurrent", so a witness found is genuine.
+  void anchorCut(const CutIndex& cut, uint32_t exactPlace) {
+    cut_ = &cut;
+    exactPlace_ = exactPlace;
+    memo_.next();
+  }
   // Whether y stays in a cut together with the anchor's cut (y is not the anchor condition).
   bool concurrent(const UnfoldState& state, const Condition* y);
 
  private:
   bool compatible(const UnfoldState& state, uint32_t g);
   bool enter(const UnfoldState& state, uint32_t g);
+  uint32_t causeBehind(const UnfoldState& state, uint32_t b) const;
+  bool aboveCut(const UnfoldState& state, uint32_t b) const {
+    if (cut_->has(b)) return true;
+    if (state.conditionProducer[b] == NoIndex) return false;
+    return state.conditionPlace[b] == exactPlace_ || cut_->mayFollow(state, b);
+  }
+  const CutIndex* cut_ = nullptr;  // set by anchorCut, cleared by anchor
+  uint32_t exactPlace_ = NoIndex;
   void failStack();
   enum : uint8_t { Visiting = 1, Compatible = 2, Incompatible = 3 };
   PastWalker past_;

@@ -74,6 +74,7 @@ void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::v
 void ExtensionWorker::seed(const UnfoldState& state) {
   prepare(state);
   position_ = 0;
+  describer_.setBase(state, 0, {}, 0, state.initialCount);
   for (Transition* t : state.net.transitions)
     if (t->preset.empty()) emit(state, t, std::vector<Condition*>{});
   for (uint32_t i = 0; i < state.initialCount; ++i)
@@ -84,7 +85,10 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   prepare(state);
   position_ = position;
   Event* e = state.events[state.batchEventsBegin + position];
-  method_ = chooseMethod(state, e, position);
+  const Candidate& own = *(*state.batch)[position];
+  uint32_t index = e->index;
+  describer_.setBase(state, own.size, own.cut(), state.postsetBegin[index], state.postsetBegin[index + 1]);
+  method_ = chooseMethod(state, e);
   switch (method_) {
     case CoMethod::Closure: {
       uint64_t work = closure_.compute(state, (*state.batch)[position]->cut());
@@ -92,22 +96,23 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
       break;
     }
     case CoMethod::Relation: closure_.read(state, e); break;
-    case CoMethod::Plain: eventAnchor_.anchor(state, e, nullptr); break;
+    case CoMethod::Plain: break;  // anchored for each test
   }
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
   if (method_ != CoMethod::Plain) collectPartners(e);
+  else eventAnchor_.anchorCut(describer_.baseCut(), NoIndex);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
 }
 
 // The closure costs about the size of the co-set and its consumers; the plain scan costs the
-// conditions of the places concerned and a walk of [e]. Both are exact, so the choice only
+// conditions of the places concerned, each a short walk back to the cut of [e]. Both are exact, so the choice only
 // changes the time taken: the closure unless the lists by place are short next to the
 // recent closures of this worker.
-CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e, uint32_t position) const {
+CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e) const {
   CoMethod method = state.coMethod();
   if (method != CoMethod::Closure) return method;
-  uint64_t plain = (*state.batch)[position]->size;
+  uint64_t plain = 0;
   for (const Condition* c : e->postset) {
     plain += 2 * state.placeConditions[c->place->index].size();
     for (const Transition* t : c->place->postset) {
@@ -129,6 +134,7 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
         for (Condition* x : closure_.members())
           if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
     } else {
+      eventAnchor_.anchorCut(describer_.baseCut(), c->place->index);
       for (Condition* x : same)
         if (x->producer != e && eventAnchor_.concurrent(state, x)) {
           witness = x;

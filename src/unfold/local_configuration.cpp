@@ -41,28 +41,37 @@ uint64_t hashMarking(std::span<const uint32_t> marking) {
   return h ^ (h >> 29);
 }
 
-// The cut of ⌈e⌉ = [e] without e is the set of initial conditions and conditions produced
-// in ⌈e⌉ that no event of ⌈e⌉ consumes; removing e's preset gives the part of Cut([e]) that
-// exists before e, and adding e's postset gives Mark([e]).
+void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, std::span<const uint32_t> cut,
+                                 uint32_t rangeBegin, uint32_t rangeEnd) {
+  baseSize_ = size;
+  baseList_.assign(cut.begin(), cut.end());
+  for (uint32_t b = rangeBegin; b < rangeEnd; ++b) baseList_.push_back(b);
+  baseCut_.set(state, baseList_);
+}
+
+// The cut of ⌈e⌉ is the base's cut and the postsets of the added events, less what the
+// added events consume; removing e's preset as well gives the part of Cut([e]) that exists
+// before e, and adding e's postset gives Mark([e]).
 Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candidate) {
   std::span<const uint32_t> preset = candidate.preset();
-  past_.walk(state, preset);
-  const std::vector<uint32_t>& past = past_.events();
-  candidate.size = static_cast<uint32_t>(past.size()) + 1;
-  uint32_t depth = 0;
-  for (uint32_t b : preset) depth = std::max(depth, state.depthOf(state.conditions[b]));
-  candidate.depth = depth + 1;
-
+  added_.next();
   consumed_.next();
-  for (uint32_t g : past)
-    for (uint32_t b : state.presetOf(g)) consumed_.mark(b);
-  for (uint32_t b : preset) consumed_.mark(b);
+  addedList_.clear();
+  uint32_t depth = 0;
+  for (uint32_t b : preset) {
+    depth = std::max(depth, state.depthOf(state.conditions[b]));
+    addProducerOf(state, b);
+  }
+  candidate.depth = depth + 1;
+  for (size_t i = 0; i < addedList_.size(); ++i)
+    for (uint32_t b : state.presetOf(addedList_[i])) addProducerOf(state, b);
+  candidate.size = baseSize_ + static_cast<uint32_t>(addedList_.size()) + 1;
 
   std::vector<uint32_t>& data = candidate.data;
   data.resize(candidate.presetSize);
-  for (uint32_t b = 0; b < state.initialCount; ++b)
+  for (uint32_t b : baseList_)
     if (!consumed_.has(b)) data.push_back(b);
-  for (uint32_t g : past)
+  for (uint32_t g : addedList_)
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b)
       if (!consumed_.has(b)) data.push_back(b);
   candidate.cutSize = static_cast<uint32_t>(data.size()) - candidate.presetSize;
@@ -74,7 +83,10 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
     data.push_back(p);
   }
   for (Place* p : candidate.transition->postset) {
-    if (!places_.insert(p->index)) return p;
+    if (!places_.insert(p->index)) {
+      past_.walk(state, preset);
+      return p;
+    }
     data.push_back(p->index);
   }
   candidate.hash = hashMarking(candidate.marking());

@@ -57,6 +57,7 @@ bool Unfolder::start() {
     state_.conditions.add(c);
     state_.placeConditions[p->index].push_back(c);
     state_.conditionPlace.push_back(p->index);
+    state_.conditionProducer.push_back(NoIndex);
   }
   state_.initialCount = state_.conditions.size();
   state_.postsetBegin.assign(1, state_.initialCount);
@@ -285,6 +286,7 @@ void Unfolder::commit() {
       c->place = p;
       state_.conditions.add(c);
       state_.conditionPlace.push_back(p->index);
+      state_.conditionProducer.push_back(e->index);
       if (!cutOff) state_.placeConditions[p->index].push_back(c);
       e->postset.push_back(c);
     }

@@ -66,6 +66,7 @@ struct UnfoldState {
   std::vector<uint32_t> presetConditions;
   std::vector<uint32_t> postsetBegin;      // first postset condition, one entry more than events
   std::vector<uint32_t> conditionPlace;
+  std::vector<uint32_t> conditionProducer;  // NoIndex for initial conditions
 
   // The batch being extended: events [batchEventsBegin, events.size()), made from the
   // candidates of `batch` in that order; their postset conditions start at batchConditionsBegin.

@@ -15,7 +15,7 @@ TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
     WorkerPool pool(threads);
     EXPECT_EQ(pool.threads(), threads);
     for (uint32_t pass = 0; pass < 200; ++pass) {
-      uint32_t count = pass % 37;
+      uint32_t count = pass % 71;
       std::vector<std::atomic<int>> seen(count + 1);
       std::atomic<unsigned> badWorker{0};
       pool.run(CommandExtend, count, [&](unsigned worker, uint32_t item) {
