@@ -1,5 +1,5 @@
 # Build and run contract: `make run` and `make test` work on a fresh Debian machine.
-PACKAGES := minisat libcadical-dev libbdd-dev librapidxml-dev zlib1g-dev bison flex \
+PACKAGES := minisat libcadical-dev libbdd-dev librapidxml-dev zlib1g-dev bison flex iverilog \
             libgtest-dev cmake ninja-build g++ make
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)

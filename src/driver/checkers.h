@@ -6,6 +6,7 @@
 
 #include "driver/mode_frame.h"
 #include "reach/coefficients.h"
+#include "synthesis/equations.h"
 #include "verify/conflicts.h"
 #include "verify/deadlock.h"
 #include "verify/normalcy.h"
@@ -22,6 +23,9 @@ constexpr ModeFactory<U> checkerFactory() {
   else if constexpr (Mode == 4 && std::is_same_v<U, StgPrefix>) return &makeUscMode;
   else if constexpr (Mode == 5 && std::is_same_v<U, StgPrefix>) return &makeCscMode;
   else if constexpr (Mode == 6 && std::is_same_v<U, StgPrefix>) return &makeNormalcyMode;
+  else if constexpr (Mode == 7 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<ComplexGate>;
+  else if constexpr (Mode == 8 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<GeneralisedC>;
+  else if constexpr (Mode == 9 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<StandardC>;
   else return nullptr;
 }
 

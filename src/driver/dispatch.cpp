@@ -24,7 +24,10 @@ void runHandlerFrame(U& unit, OptionMap options, ModeFactory<U> makeChecker) {
   double start = monotonicSeconds();
   checker->run();
   double stop = monotonicSeconds();
-  if (raiseStatus(0) >= StatusError) return;
+  if (raiseStatus(0) >= StatusError) {
+    if (raiseStatus(0) < StatusOutOfMemory) checker->describe_failure();
+    return;
+  }
   checker->describe();
   checker->print_statistics();
   printTo(stdout, "\n SAT/Total time: %.2f/%.2f", globalSatTime, stop - start);

@@ -41,25 +41,25 @@ void Solution::print(FILE* stream, ResultForm form) const {
             static_cast<unsigned long long>(cost()));
 }
 
-namespace {
-
 // The document owns copies of every string it holds.
-XmlNode* element(XmlDocument& doc, const char* name) { return doc.allocate_node(rapidxml::node_element, doc.allocate_string(name)); }
-void attribute(XmlDocument& doc, XmlNode* node, const char* name, const std::string& value) {
+XmlNode* xmlElement(XmlDocument& doc, const char* name, const std::string& value) {
+  XmlNode* node = doc.allocate_node(rapidxml::node_element, doc.allocate_string(name));
+  if (!value.empty()) node->value(doc.allocate_string(value.c_str(), value.size() + 1));
+  return node;
+}
+void xmlAttribute(XmlDocument& doc, XmlNode* node, const char* name, const std::string& value) {
   node->append_attribute(doc.allocate_attribute(doc.allocate_string(name), doc.allocate_string(value.c_str(), value.size() + 1)));
 }
 
-}  // namespace
-
 XmlNode* Solution::toXml(XmlDocument& doc) const {
-  XmlNode* solution = element(doc, "solution");
-  attribute(doc, solution, "cost", std::to_string(cost()));
+  XmlNode* solution = xmlElement(doc, "solution");
+  xmlAttribute(doc, solution, "cost", std::to_string(cost()));
   for (const Trace& trace : traces) {
-    XmlNode* t = element(doc, "trace");
+    XmlNode* t = xmlElement(doc, "trace");
     for (const TraceStep& step : trace) {
-      XmlNode* s = element(doc, "step");
-      attribute(doc, s, "event", std::to_string(step.index));
-      attribute(doc, s, "transition", step.transition->name);
+      XmlNode* s = xmlElement(doc, "step");
+      xmlAttribute(doc, s, "event", std::to_string(step.index));
+      xmlAttribute(doc, s, "transition", step.transition->name);
       t->append_node(s);
     }
     solution->append_node(t);
@@ -76,10 +76,10 @@ bool endsWith(const std::string& text, const char* tail) {
 
 void writeXmlReport(const ResultList& results, const std::string& verdict, const std::string& name) {
   XmlDocument doc;
-  XmlNode* root = element(doc, "result");
-  attribute(doc, root, "status", "success");
-  attribute(doc, root, "message", verdict);
-  XmlNode* solutions = element(doc, "solutions");
+  XmlNode* root = xmlElement(doc, "result");
+  xmlAttribute(doc, root, "status", "success");
+  xmlAttribute(doc, root, "message", verdict);
+  XmlNode* solutions = xmlElement(doc, "solutions");
   for (const auto& s : results) solutions->append_node(s->toXml(doc));
   root->append_node(solutions);
   doc.append_node(root);

@@ -58,6 +58,10 @@ class Solution {
 
 using ResultList = std::vector<std::unique_ptr<Solution>>;
 
+// XML building blocks for the solutions' own forms; the document keeps copies of the strings.
+XmlNode* xmlElement(XmlDocument& doc, const char* name, const std::string& value = {});
+void xmlAttribute(XmlDocument& doc, XmlNode* node, const char* name, const std::string& value);
+
 // "a, b, c\n" (or event numbers), the empty trace being just the newline.
 std::string traceText(const Trace& trace, bool eventNumbers);
 

@@ -36,6 +36,7 @@ OptionMap::OptionMap() {
       {"use_latches", 1},
       {"max_gate_inputs", 2147483647},
       {"verbosity", 0},
+      {"synthesis_type", 0},
       {"coeff_CSC_cores", 8},
       {"coeff_USC_cores", 4},
       {"coeff_delay", 2},

@@ -21,6 +21,8 @@ class SearchModeBase {
   virtual void describe() = 0;
   // True when a solution exists.
   virtual bool run() = 0;
+  // After a run that ended in an error: what the mode still owes its reader (by default nothing).
+  virtual void describe_failure() {}
   // A newline and the solver's "Original Num Var/Cl/Lit" line.
   virtual void print_statistics() = 0;
   virtual const ResultList& result_list() const = 0;
