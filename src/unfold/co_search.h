@@ -32,16 +32,23 @@ class ConfigurationAnchor {
   // is inside: there every preset is consumed, down to initial conditions outside the cut.
   // So [e] itself is never walked.
   // A walk also stops at a condition that cannot follow the cut on its place, which needs
-  // the configurations met to be safe there. Up to the batch being extended they are, bar
-  // the place that the test for a second token asks about: `exactPlace`, or NoIndex.
-  // Stopping early only ever answers "not concurrent", so a witness found is genuine.
-  void anchorCut(const CutIndex& cut, uint32_t exactPlace) {
+  // the configurations met to be safe there. Stopping early only ever answers "not
+  // concurrent", so a witness found is genuine. For the test for a second token on a place
+  // this is exact as well when the conditions of the place are tested in index order: the
+  // walk back from the lowest witness meets, on that place, only lower conditions, none of
+  // them concurrent with the new one (it would be a lower witness), and there the stop is sound.
+  void anchorCut(const CutIndex& cut) {
     cut_ = &cut;
-    exactPlace_ = exactPlace;
     memo_.next();
   }
   // Whether y stays in a cut together with the anchor's cut (y is not the anchor condition).
   bool concurrent(const UnfoldState& state, const Condition* y);
+  // The same for y on the place of a new condition of the anchored cut, with no stop by
+  // depth at y itself, which would assume the safety that this tests.
+  bool concurrentOnOwnPlace(const UnfoldState& state, const Condition* y) {
+    if (cut_->has(y->index)) return true;
+    return y->producer && compatible(state, y->producer->index);
+  }
 
  private:
   bool compatible(const UnfoldState& state, uint32_t g);
@@ -50,10 +57,9 @@ class ConfigurationAnchor {
   bool aboveCut(const UnfoldState& state, uint32_t b) const {
     if (cut_->has(b)) return true;
     if (state.conditionProducer[b] == NoIndex) return false;
-    return state.conditionPlace[b] == exactPlace_ || cut_->mayFollow(state, b);
+    return cut_->mayFollow(state, b);
   }
   const CutIndex* cut_ = nullptr;  // set by anchorCut, cleared by anchor
-  uint32_t exactPlace_ = NoIndex;
   void failStack();
   enum : uint8_t { Visiting = 1, Compatible = 2, Incompatible = 3 };
   PastWalker past_;

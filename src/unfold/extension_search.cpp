@@ -98,9 +98,10 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
     case CoMethod::Relation: closure_.read(state, e); break;
     case CoMethod::Plain: break;  // anchored for each test
   }
+  // One anchor serves the safety test and the scan by place, so their walks share memos.
+  if (method_ == CoMethod::Plain) eventAnchor_.anchorCut(describer_.baseCut());
   if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
   if (method_ != CoMethod::Plain) collectPartners(e);
-  else eventAnchor_.anchorCut(describer_.baseCut(), NoIndex);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
 }
@@ -134,9 +135,8 @@ bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t p
         for (Condition* x : closure_.members())
           if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
     } else {
-      eventAnchor_.anchorCut(describer_.baseCut(), c->place->index);
       for (Condition* x : same)
-        if (x->producer != e && eventAnchor_.concurrent(state, x)) {
+        if (x->producer != e && eventAnchor_.concurrentOnOwnPlace(state, x)) {
           witness = x;
           break;
         }

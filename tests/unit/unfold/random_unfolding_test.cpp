@@ -178,6 +178,11 @@ TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
     }
     ++unsafe;
     ASSERT_FALSE(done);
+    // The scan by place stops its walks early by depth; it must find the same second token.
+    for (int threads : {1, 2}) {
+      auto again = asPrefix(randomSafeNet(seed, options));
+      EXPECT_EQ(captureStderr([&] { unfoldNet(*again, optionsFor(Search::Plain, threads)); }), err);
+    }
     const std::string head = "\nError: the net is not safe, place ";
     ASSERT_EQ(err.compare(0, head.size(), head), 0) << err;
     size_t semicolon = err.find("; trace:\n");
