@@ -1,0 +1,69 @@
+// -E, -G and -S on the benchmark STGs (unfolded from their .g nets) against an explicit
+// exploration: every function right at every state, contexts exactly the minimal supports,
+// costs minimal; and on the STGs with CSC conflicts the error for the first signal.
+#include <gtest/gtest.h>
+
+#include "equation_check.h"
+#include "support/capture.h"
+#include "unit/verify/stg_replay.h"
+
+namespace nurex::test {
+namespace {
+
+// Explorations beyond this many states make the test slow rather than stronger.
+constexpr uint32_t StateLimit = 1500;
+
+TEST(EquationBenchmarks, CscFreeNetsAgreeWithTheirStates) {
+  EquationTally tally;
+  int nets = 0, skipped = 0;
+  for (const VerdictRow& row : stgVerdictRows()) {
+    if (row.csc != "no") continue;
+    SCOPED_TRACE(row.name);
+    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row.name);
+    ASSERT_NE(unit, nullptr);
+    const StgPrefix& prefix = unit->get<StgPrefix>();
+    CountedStates counted = countedStgStates(prefix, StateLimit);
+    ASSERT_TRUE(counted.safe);
+    if (!counted.complete) {
+      ++skipped;
+      continue;
+    }
+    ++nets;
+    for (int type : {1, 2, 3}) {
+      SCOPED_TRACE("synthesis_type " + std::to_string(type));
+      SynthesisRun run = runEquations(prefix, type, (nets + type) % 2);
+      expectEquationsAgree(prefix, counted.states, run, type, tally);
+    }
+  }
+  std::printf("benchmarks: %d checked, %d over the state limit; functions %d, alternatives %d, priced %d, "
+              "unpriced %d, support sets compared %d\n",
+              nets, skipped, tally.functions, tally.alternatives, tally.priced, tally.unpriced,
+              tally.supportSetsCompared);
+  EXPECT_GE(nets, 25);
+  EXPECT_GT(tally.priced, 1000);
+  EXPECT_GT(tally.alternatives, tally.functions);  // some functions have several minimal supports
+}
+
+TEST(EquationBenchmarks, CscConflictStopsAtTheFirstSignal) {
+  int nets = 0;
+  for (const VerdictRow& row : stgVerdictRows()) {
+    if (row.csc != "yes") continue;
+    SCOPED_TRACE(row.name);
+    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row.name);
+    ASSERT_NE(unit, nullptr);
+    const StgPrefix& prefix = unit->get<StgPrefix>();
+    CountedStates counted = countedStgStates(prefix, StateLimit);
+    ASSERT_TRUE(counted.complete && counted.safe);
+    ++nets;
+    for (int type : {1, 2, 3}) {
+      SCOPED_TRACE("synthesis_type " + std::to_string(type));
+      auto conflict = firstConflict(prefix, counted.states, type);
+      ASSERT_TRUE(conflict.has_value());
+      expectConflictFailure(prefix, counted.states, runEquations(prefix, type, type % 2), type, *conflict);
+    }
+  }
+  EXPECT_GE(nets, 2);
+}
+
+}  // namespace
+}  // namespace nurex::test
