@@ -30,7 +30,18 @@ class InferenceWalk {
         visited_(prefix.events.size(), false),
         inC_(prefix.events.size(), 0),
         count_(prefix.signals.size(), 0),
-        countStamp_(prefix.signals.size(), 0) {}
+        countStamp_(prefix.signals.size(), 0) {
+    // The walks below revisit pasts many times; numbers in flat arrays keep them in cache.
+    producerBegin_.reserve(prefix.events.size() + 1);
+    producerBegin_.push_back(0);
+    for (Event* e : prefix.events) {
+      const Signal* s = e->transition->signal;
+      signalOf_.push_back(s ? s->index : NoSignal);
+      for (Condition* c : e->preset)
+        if (c->producer) producers_.push_back(c->producer->index);
+      producerBegin_.push_back(static_cast<uint32_t>(producers_.size()));
+    }
+  }
 
   // The next event to visit, or null at the end.
   Event* advance() {
@@ -51,7 +62,7 @@ class InferenceWalk {
       ++generation_;  // clears C and the counters
     }
     current_ = next;
-    addLocalConfiguration(current_);
+    addLocalConfiguration(current_->index);
     visited_[current_->index] = true;
     return current_;
   }
@@ -60,29 +71,28 @@ class InferenceWalk {
   uint32_t occurrences(const Signal* s) const { return countStamp_[s->index] == generation_ ? count_[s->index] : 0; }
 
  private:
-  void addLocalConfiguration(Event* e) {
-    std::vector<Event*> stack;
-    auto add = [&](Event* x) {
-      if (inC_[x->index] == generation_) return;
-      inC_[x->index] = generation_;
-      stack.push_back(x);
-      if (Signal* s = x->transition->signal) {
-        if (countStamp_[s->index] != generation_) {
-          countStamp_[s->index] = generation_;
-          count_[s->index] = 0;
-        }
-        ++count_[s->index];
+  void addLocalConfiguration(uint32_t e) {
+    auto add = [&](uint32_t x) {
+      if (inC_[x] == generation_) return;
+      inC_[x] = generation_;
+      stack_.push_back(x);
+      uint32_t s = signalOf_[x];
+      if (s == NoSignal) return;
+      if (countStamp_[s] != generation_) {
+        countStamp_[s] = generation_;
+        count_[s] = 0;
       }
+      ++count_[s];
     };
     add(e);
-    while (!stack.empty()) {
-      Event* x = stack.back();
-      stack.pop_back();
-      for (Condition* c : x->preset)
-        if (c->producer) add(c->producer);
+    while (!stack_.empty()) {
+      uint32_t x = stack_.back();
+      stack_.pop_back();
+      for (uint32_t k = producerBegin_[x]; k < producerBegin_[x + 1]; ++k) add(producers_[k]);
     }
   }
 
+  static constexpr uint32_t NoSignal = 0xFFFFFFFFu;
   StgPrefix& prefix_;
   std::vector<bool> visited_;
   std::vector<uint32_t> inC_;  // generation in which the event joined C
@@ -90,6 +100,9 @@ class InferenceWalk {
   uint32_t generation_ = 1;
   uint32_t cursor_ = 0;
   Event* current_ = nullptr;
+  std::vector<uint32_t> signalOf_;                    // per event: its signal's index, or NoSignal
+  std::vector<uint32_t> producerBegin_, producers_;  // per event: producers of its preset
+  std::vector<uint32_t> stack_;
 };
 
 }  // namespace
