@@ -25,20 +25,25 @@ std::string iverilogPath() {
   return path;
 }
 
-// Dummies (pe-send-ifc), an internal signal (etlatchP), several alternatives (DME).
-const char* const benchmarks[] = {"c-elem", "chu133", "etlatchP", "nak-pa", "pe-send-ifc", "DME", "vbe10b"};
+// Dummies (pe-send-ifc), an internal signal (etlatchP), several alternatives (DME), and a
+// signal that never moves, whose functions are constants.
+const std::string bench = std::string(NUREX_BENCHMARKS) + "/nets/";
+const std::string data = std::string(NUREX_SOURCE_DIR) + "/tests/data/synthesis/";
+const std::pair<const std::string*, const char*> nets[] = {
+    {&bench, "c-elem"}, {&bench, "chu133"}, {&bench, "etlatchP"}, {&bench, "nak-pa"},
+    {&bench, "pe-send-ifc"}, {&bench, "DME"}, {&bench, "vbe10b"}, {&data, "dead_output"}};
 
 TEST(VerilogOutput, CompilesWithIcarus) {
   std::string iverilog = iverilogPath();
   if (iverilog.empty()) GTEST_SKIP() << "iverilog is not installed (make deps installs it)";
   std::string tmp = makeTempDirectory();
   ASSERT_FALSE(tmp.empty());
-  for (const char* name : benchmarks)
+  for (const auto& [dir, name] : nets)
     for (const char* mode : {"-E", "-G", "-S"}) {
       SCOPED_TRACE(std::string(mode) + " " + name);
       std::string netlist = tmp + "/" + name + mode + ".v";
-      ProcessResult r = runProcess(NUREX_BINARY, {mode, std::string(NUREX_BENCHMARKS) + "/nets/" + name + ".g", netlist});
-      ASSERT_EQ(r.status, 0) << r.err;
+      ProcessResult r = runProcess(NUREX_BINARY, {mode, *dir + name + ".g", netlist});
+      ASSERT_LT(r.status, 2) << r.err;  // the dead signal is warned about
       std::string text = readFile(netlist);
       ASSERT_EQ(text.rfind("module NUREX_unmapped_implementation(", 0), 0u) << text;
       ProcessResult compiled = runProcess(iverilog, {"-o", "/dev/null", netlist});

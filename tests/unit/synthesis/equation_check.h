@@ -21,8 +21,10 @@ struct SynthesisRun {
   std::string out, err;
 };
 
-// benchmarks/nets/<name>.g, unfolded on load (output swallowed); null on failure.
+// benchmarks/nets/<name>.g and tests/data/<name>.g, unfolded on load (output swallowed);
+// null on failure.
 std::unique_ptr<StgUnit> loadBenchmarkNet(const std::string& name);
+std::unique_ptr<StgUnit> loadTestNet(const std::string& name);
 
 // The cover of the mode as the oracle's cubes.
 std::vector<OracleCube> oracleCubes(const SumOfProducts& sop);

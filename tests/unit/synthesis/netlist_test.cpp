@@ -20,8 +20,18 @@
 namespace nurex::test {
 namespace {
 
+// Constants as written in the netlist; the Verilog spelling is accepted beside the other.
+bool isConstant(const std::string& text, bool value) {
+  return text == (value ? "1b`1" : "1b`0") || text == (value ? "1'b1" : "1'b0");
+}
+
+std::string verilogConstants(std::string text) {
+  for (size_t at; (at = text.find("1b`")) != std::string::npos;) text.replace(at, 3, "1'b");
+  return text;
+}
+
 // A parsed expression of the netlist syntax: "|" over "&" over "!", parentheses, signal
-// names and the constants "1b`1" and "1b`0"; binary operators stand between single blanks.
+// names and the constants; binary operators stand between single blanks.
 class Expression {
  public:
   Expression(std::string text, const Stg& stg) : text_(std::move(text)) {
@@ -35,6 +45,7 @@ class Expression {
 
  private:
   enum Op { Or, And, Not, Var, One, Zero };
+  static constexpr std::pair<const char*, Op> constants[] = {{"1b`1", One}, {"1b`0", Zero}, {"1'b1", One}, {"1'b0", Zero}};
   struct Node {
     Op op;
     uint32_t var = 0;
@@ -72,7 +83,7 @@ class Expression {
       ++at_;
       return true;
     }
-    for (auto [constant, op] : {std::pair{"1b`1", One}, std::pair{"1b`0", Zero}})
+    for (auto [constant, op] : constants)
       if (text_.compare(at_, 4, constant) == 0) {
         at_ += 4;
         nodes_.push_back({op, 0, {}});
@@ -153,10 +164,10 @@ void expectEquationText(const Stg& stg, const EquationAlternative& alt) {
     }
   };
   std::vector<std::pair<Code, Code>> parsed, wanted;
-  if (alt.equation != "1b`0")
+  if (!isConstant(alt.equation, false))
     for (const std::string& term : split(alt.equation, " | ")) {
       Code care = 0, value = 0;
-      if (term != "1b`1")
+      if (!isConstant(term, true))
         for (const std::string& literal : split(term, " & ")) {
           bool negative = !literal.empty() && literal[0] == '!';
           auto it = index.find(literal.substr(negative));
@@ -228,11 +239,12 @@ class NetlistReader {
   // The next line, or a marker that the text has ended.
   const std::string& next() { return at_ < lines_.size() ? lines_[at_++] : end_; }
   // Only the first difference is reported: the rest of the text is out of step after it.
+  // Constants may be spelt either way.
   void expect(const std::string& want) {
     if (failed_) return;
     const std::string& line = next();
-    EXPECT_EQ(line, want) << "line " << at_;
-    failed_ = line != want;
+    failed_ = verilogConstants(line) != verilogConstants(want);
+    EXPECT_FALSE(failed_) << "line " << at_ << "\n  is: " << line << "\nnot: " << want;
   }
   bool done() const { return failed_ || (at_ == lines_.size() && complete_); }
 
@@ -331,6 +343,18 @@ TEST(EquationNetlist, BenchmarksInAllThreeStyles) {
     }
   }
   EXPECT_GE(nets, 30);
+}
+
+TEST(EquationNetlist, HandMadeStgsInAllThreeStyles) {
+  for (const char* name : {"c_element", "ring", "dead_output"}) {
+    SCOPED_TRACE(name);
+    std::unique_ptr<StgUnit> unit = loadTestNet(std::string("synthesis/") + name);
+    ASSERT_NE(unit, nullptr);
+    for (int type : {1, 2, 3}) {
+      SCOPED_TRACE("synthesis_type " + std::to_string(type));
+      expectNetlist(unit->get<StgPrefix>(), runEquations(unit->get<StgPrefix>(), type, 0), type);
+    }
+  }
 }
 
 // Random STGs bring signals without inputs, outputs without internals and the like.
