@@ -15,7 +15,7 @@ void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const
 
 bool ConfigurationAnchor::concurrent(const UnfoldState& state, const Condition* y) {
   if (cut_) {
-    if (cut_->has(y->index)) return true;
+    if (cut_->has(state, y->index)) return true;
     return aboveCut(state, y->index) && compatible(state, y->producer->index);
   }
   if (consumed_.has(y->index)) return false;
@@ -46,7 +46,7 @@ bool ConfigurationAnchor::enter(const UnfoldState& state, uint32_t g) {
 
 // The event to walk next behind preset condition b, or NoIndex where the anchor is met.
 uint32_t ConfigurationAnchor::causeBehind(const UnfoldState& state, uint32_t b) const {
-  if (cut_) return cut_->has(b) ? NoIndex : state.conditionProducer[b];
+  if (cut_) return cut_->has(state, b) ? NoIndex : state.conditionProducer[b];
   uint32_t p = state.conditionProducer[b];
   return p == NoIndex || past_.contains(p) ? NoIndex : p;
 }
@@ -86,13 +86,13 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
   return true;
 }
 
-uint64_t CoClosure::compute(const UnfoldState& state, std::span<const uint32_t> cut) {
+uint64_t CoClosure::compute(const UnfoldState& state, const CutMap& cut) {
   uint64_t steps = 0;
   members_.next();
   counted_.next();
   places_.next();
   list_.clear();
-  for (uint32_t c : cut) add(state.conditions[c]);
+  cut.forEach([&](uint32_t, uint32_t c) { add(state.conditions[c]); });
   for (size_t i = 0; i < list_.size(); ++i) {
     Condition* x = list_[i];
     steps += 1 + x->postset.size();

@@ -46,7 +46,7 @@ class ConfigurationAnchor {
   // The same for y on the place of a new condition of the anchored cut, with no stop by
   // depth at y itself, which would assume the safety that this tests.
   bool concurrentOnOwnPlace(const UnfoldState& state, const Condition* y) {
-    if (cut_->has(y->index)) return true;
+    if (cut_->has(state, y->index)) return true;
     return y->producer && compatible(state, y->producer->index);
   }
 
@@ -55,7 +55,7 @@ class ConfigurationAnchor {
   bool enter(const UnfoldState& state, uint32_t g);
   uint32_t causeBehind(const UnfoldState& state, uint32_t b) const;
   bool aboveCut(const UnfoldState& state, uint32_t b) const {
-    if (cut_->has(b)) return true;
+    if (cut_->has(state, b)) return true;
     if (state.conditionProducer[b] == NoIndex) return false;
     return cut_->mayFollow(state, b);
   }
@@ -82,7 +82,7 @@ class CoClosure {
     places_.ensure(state.net.places.size());
   }
   // Returns the number of steps taken (members and consumers looked at).
-  uint64_t compute(const UnfoldState& state, std::span<const uint32_t> cut);
+  uint64_t compute(const UnfoldState& state, const CutMap& cut);
   // The same set read from the row of e in the concurrency relation.
   void read(const UnfoldState& state, const Event* e);
   const std::vector<Condition*>& members() const { return list_; }

@@ -94,7 +94,7 @@ bool CorrespondentChecker::check(const Candidate& candidate, std::vector<Event*>
   ConfigurationSummary summary = summarizeConfiguration(state_, walker_.events(), &candidate, state_.options.order);
   formula_->recreate_group(MarkingGroup);
   std::vector<bool> inMarking(state_.net.places.size(), false);
-  for (uint32_t p : candidate.marking()) inMarking[p] = true;
+  for (uint32_t p : candidate.markingPlaces()) inMarking[p] = true;
   for (Place* p : state_.net.places) {
     Literal marked = variables_->place_marked(p, inMarking[p->index] ? 1 : -1);
     formula_->add_unit(inMarking[p->index] ? marked : negate(marked), MarkingGroup);

@@ -59,8 +59,7 @@ void ExtensionWorker::fail(uint32_t position, std::string text) {
 void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::vector<Condition*>& preset) {
   auto* candidate = new Candidate;
   candidate->transition = t;
-  candidate->presetSize = static_cast<uint32_t>(preset.size());
-  candidate->data.reserve(preset.size() * 2 + 2 * state.initialCount + 8);
+  candidate->data.reserve(preset.size());
   for (const Condition* b : preset) candidate->data.push_back(b->index);
   std::sort(candidate->data.begin(), candidate->data.end());
   if (Place* twice = describer_.describe(state, *candidate)) {
@@ -74,7 +73,7 @@ void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::v
 void ExtensionWorker::seed(const UnfoldState& state) {
   prepare(state);
   position_ = 0;
-  describer_.setBase(state, 0, {}, 0, state.initialCount);
+  describer_.setBase(state, 0, state.initialCut, 0, 0);
   for (Transition* t : state.net.transitions)
     if (t->preset.empty()) emit(state, t, std::vector<Condition*>{});
   for (uint32_t i = 0; i < state.initialCount; ++i)
@@ -87,11 +86,11 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   Event* e = state.events[state.batchEventsBegin + position];
   const Candidate& own = *(*state.batch)[position];
   uint32_t index = e->index;
-  describer_.setBase(state, own.size, own.cut(), state.postsetBegin[index], state.postsetBegin[index + 1]);
+  describer_.setBase(state, own.size, own.cut, state.postsetBegin[index], state.postsetBegin[index + 1]);
   method_ = chooseMethod(state, e);
   switch (method_) {
     case CoMethod::Closure: {
-      uint64_t work = closure_.compute(state, (*state.batch)[position]->cut());
+      uint64_t work = closure_.compute(state, (*state.batch)[position]->cut);
       closureWork_ = (closureWork_ * 7 + work) / 8;
       break;
     }

@@ -35,31 +35,28 @@ class PastWalker {
 };
 
 // Cut([e]) of one configuration [e], for constant-time tests: membership of a condition,
-// and the condition that marks a place.
+// and the condition that marks a place. A flat copy of a cut map, brought up to date with
+// the next one by their differences, which are few between cuts of near events.
 class CutIndex {
  public:
   void ensure(const UnfoldState& state) {
-    conditions_.ensure(state.conditions.size());
-    places_.ensure(state.net.places.size());
-    if (onPlace_.size() < state.net.places.size()) onPlace_.resize(state.net.places.size());
-  }
-  void set(const UnfoldState& state, const std::vector<uint32_t>& cut) {
-    conditions_.next();
-    places_.next();
-    for (uint32_t b : cut) {
-      conditions_.mark(b);
-      uint32_t p = state.conditionPlace[b];
-      places_.mark(p);
-      onPlace_[p] = b;
+    if (onPlace_.size() < state.net.places.size()) {
+      onPlace_.assign(state.net.places.size(), CutMap::None);
+      held_ = CutMap(static_cast<uint32_t>(state.net.places.size()));
     }
   }
-  bool has(uint32_t b) const { return conditions_.has(b); }
+  void set(const CutMap& cut) {
+    CutMap::forEachDifference(held_, cut, [this](uint32_t p, uint32_t, uint32_t b) { onPlace_[p] = b; });
+    held_ = cut;
+  }
+  const CutMap& map() const { return held_; }
+  bool has(const UnfoldState& state, uint32_t b) const { return onPlace_[state.conditionPlace[b]] == b; }
   // Whether b, not in the cut, may still be concurrent with it. On a place marked by c, the
   // conditions of a configuration that contains [e] follow each other, each deeper than the
   // one before; a condition no deeper than c is consumed in [e] or in conflict with it.
   bool mayFollow(const UnfoldState& state, uint32_t b) const {
-    uint32_t p = state.conditionPlace[b];
-    return !places_.has(p) || conditionDepth(state, b) > conditionDepth(state, onPlace_[p]);
+    uint32_t c = onPlace_[state.conditionPlace[b]];
+    return c == CutMap::None || conditionDepth(state, b) > conditionDepth(state, c);
   }
 
  private:
@@ -67,7 +64,7 @@ class CutIndex {
     uint32_t g = state.conditionProducer[b];
     return g == NoIndex ? 0 : state.eventDepth[g];
   }
-  StampSet conditions_, places_;
+  CutMap held_;
   std::vector<uint32_t> onPlace_;
 };
 
@@ -75,7 +72,8 @@ class CutIndex {
 // after setBase contains the base configuration, [e] of the batch event being extended or
 // the empty one, and only [e'] without the base is walked: a condition consumed in [e'] but
 // not in the base lies in the base's cut exactly when its producer is in the base, since
-// [e'] is conflict-free. So the cost follows what the candidate adds, not |[e']|.
+// [e'] is conflict-free. The candidate's cut is the base's with the changes of what it
+// adds, so the cost follows what the candidate adds, neither |[e']| nor the cut's size.
 class CandidateDescriber {
  public:
   void ensure(const UnfoldState& state) {
@@ -83,13 +81,11 @@ class CandidateDescriber {
     added_.ensure(state.events.size());
     consumed_.ensure(state.conditions.size());
     baseCut_.ensure(state);
-    places_.ensure(state.net.places.size());
   }
-  // The base: its size and its cut, given as a list and a range of condition numbers.
-  void setBase(const UnfoldState& state, uint32_t size, std::span<const uint32_t> cut, uint32_t rangeBegin,
-               uint32_t rangeEnd);
-  // Fills size, depth, cut, marking and hash of a candidate whose transition is set and
-  // whose data holds the preset. Returns the place that [e] would mark twice, or null.
+  // The base: its size and its cut, given as a map and a range of condition numbers to add.
+  void setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin, uint32_t rangeEnd);
+  // Fills size, depth, cut and hash of a candidate whose transition is set and whose data
+  // holds the preset. Returns the place that [e] would mark twice, or null.
   Place* describe(const UnfoldState& state, Candidate& candidate);
   // Membership in the base's cut.
   const CutIndex& baseCut() const { return baseCut_; }
@@ -99,19 +95,27 @@ class CandidateDescriber {
  private:
   void addProducerOf(const UnfoldState& state, uint32_t b) {
     consumed_.mark(b);
-    if (baseCut_.has(b)) return;
+    if (baseCut_.has(state, b)) {
+      removed_.push_back(b);
+      return;
+    }
     uint32_t g = state.conditionProducer[b];
     if (g != NoIndex && added_.insert(g)) addedList_.push_back(g);
   }
   PastWalker past_;
-  StampSet added_, consumed_, places_;
+  StampSet added_, consumed_;
   CutIndex baseCut_;
   uint32_t baseSize_ = 0;
-  std::vector<uint32_t> baseList_;
-  std::vector<uint32_t> addedList_;
+  std::vector<uint32_t> addedList_, removed_;
 };
 
-// A hash of a marking given as a list of distinct places in any order.
-uint64_t hashMarking(std::span<const uint32_t> marking);
+// Mark([e]) as a cut derived from the initial one: the postset conditions of [e] and the
+// initial conditions that [e] does not consume. `consumed` must cover the conditions.
+CutMap finalCutOf(const UnfoldState& state, uint32_t e, PastWalker& walker, StampSet& consumed);
+
+// The hash of a marking from the sum of its places' words (Zobrist hashing: any order of
+// the places gives it, and a change of the marking changes the sum by the places concerned).
+inline uint64_t finishHash(uint64_t sum) { return sum ^ (sum >> 29); }
+
 
 }  // namespace nurex

@@ -3,17 +3,16 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <vector>
 
 #include "model/prefix.h"
-#include "unfold/stamp_set.h"
+#include "unfold/cut_map.h"
 
 namespace nurex {
 
-// 262144 buckets, each a chain of records. The markings of all records share one array
-// of place numbers, so a record costs no allocation of its own. A marking is a list of
-// distinct places in any order; two lists are the same marking if they hold the same set.
+// 262144 buckets, each a chain of records. A record keeps the hash and size of its marking,
+// not the marking: the caller compares a marking with a record's, which it rebuilds from
+// the record's first event, only when hash and size agree.
 class MarkingTable {
  public:
   static constexpr uint32_t BucketCount = 262144;
@@ -21,31 +20,41 @@ class MarkingTable {
   static constexpr uint32_t NoRecord = 0xFFFFFFFFu;
 
   struct Record {
-    uint32_t markingBegin = 0, markingSize = 0;  // in the shared array of place numbers
-    uint32_t next = NoRecord;                    // chain of the bucket
-    bool emptyConfiguration = false;             // the initial marking, reached by no event
-    std::vector<Event*> events;                  // in insertion order, so by index
+    uint64_t hash = 0;
+    uint32_t size = 0;                // marked places
+    uint32_t next = NoRecord;         // chain of the bucket
+    bool emptyConfiguration = false;  // the initial marking, reached by no event
+    std::vector<Event*> events;       // in insertion order, so by index
   };
 
-  explicit MarkingTable(uint32_t placeCount) : buckets_(BucketCount, NoRecord) { places_.ensure(placeCount); }
+  MarkingTable() : buckets_(BucketCount, NoRecord) {}
 
-  // The record number of the marking, or NoRecord.
-  uint32_t find(std::span<const uint32_t> marking, uint64_t hash) const;
-  // The record of the marking, created empty if new. References stay valid only until the
-  // next insertion.
-  Record& insert(std::span<const uint32_t> marking, uint64_t hash);
+  // The record of a marking with this hash and size for which same(record) holds, or NoRecord.
+  template <class Same>
+  uint32_t find(uint64_t hash, uint32_t size, Same&& same) const {
+    for (uint32_t r = buckets_[hash & BucketMask]; r != NoRecord; r = records_[r].next)
+      if (records_[r].hash == hash && records_[r].size == size && same(records_[r])) return r;
+    return NoRecord;
+  }
+  // The record found so, created empty if none. References stay valid only until the next
+  // insertion.
+  template <class Same>
+  Record& insert(uint64_t hash, uint32_t size, Same&& same) {
+    uint32_t found = find(hash, size, same);
+    return found != NoRecord ? records_[found] : add(hash, size);
+  }
   Record& record(uint32_t number) { return records_[number]; }
   uint32_t recordCount() const { return static_cast<uint32_t>(records_.size()); }
-  // Whether two lists of distinct places hold the same set.
-  bool sameMarking(std::span<const uint32_t> a, std::span<const uint32_t> b) const;
 
  private:
-  bool holds(const Record& r, std::span<const uint32_t> marking) const;
+  Record& add(uint64_t hash, uint32_t size);
 
   std::vector<uint32_t> buckets_;
   std::vector<Record> records_;
-  std::vector<uint32_t> markings_;
-  mutable StampSet places_;
 };
+
+// Whether the marking of cut a and the postset of ta (null: none) equals that of b and tb.
+// Only the places where the cuts differ and those of the postsets are looked at.
+bool sameMarking(const CutMap& a, const Transition* ta, const CutMap& b, const Transition* tb);
 
 }  // namespace nurex

@@ -18,6 +18,10 @@ std::string dummyCycleText(const std::string& trace) {
   return "the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\n" + trace;
 }
 
+bool sameCandidateMarking(const Candidate& a, const Candidate& b) {
+  return a.markingSize() == b.markingSize() && sameMarking(a.cut, a.transition, b.cut, b.transition);
+}
+
 void printAbandoned() {
   if (verbosity >= 2) printTo(stdout, "\n The concurrency relation is abandoned\n");
 }
@@ -26,7 +30,6 @@ void printAbandoned() {
 
 Unfolder::Unfolder(PetriNet& net, const UnfoldOptions& options, std::vector<uint8_t> mayBeCutOff)
     : state_(net, options),
-      table_(net.places.size()),
       workers_(std::max(1, options.number_of_threads)),
       pool_(static_cast<unsigned>(std::max(1, options.number_of_threads))) {
   state_.mayBeCutOff = std::move(mayBeCutOff);
@@ -60,6 +63,8 @@ bool Unfolder::start() {
     state_.conditionProducer.push_back(NoIndex);
   }
   state_.initialCount = state_.conditions.size();
+  state_.initialCut = CutMap(static_cast<uint32_t>(net.places.size()));
+  for (uint32_t b = 0; b < state_.initialCount; ++b) state_.initialCut.set(state_.conditionPlace[b], b);
   state_.postsetBegin.assign(1, state_.initialCount);
   if (state_.initialCount == 0) reportWarning("the initial marking is empty");
   // A transition without preset can fire any number of times.
@@ -68,8 +73,9 @@ bool Unfolder::start() {
       reportError(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
       return false;
     }
-  std::vector<uint32_t> initial(state_.conditionPlace);
-  table_.insert(initial, hashMarking(initial)).emptyConfiguration = true;
+  const CutMap& initial = state_.initialCut;
+  table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; })
+      .emptyConfiguration = true;
   if (state_.options.conc_rel_size > 0) {
     state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
                                                             static_cast<uint32_t>(state_.options.conc_rel_size));
@@ -126,11 +132,25 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
   return false;
 }
 
+// The record's marking is rebuilt from its first event; this happens about once per cut-off.
+bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record) {
+  if (record.emptyConfiguration) return sameMarking(candidate.cut, candidate.transition, state_.initialCut, nullptr);
+  markingWalker_.ensure(state_.events.size());
+  consumed_.ensure(state_.conditions.size());
+  CutMap cut = finalCutOf(state_, record.events[0]->index, markingWalker_, consumed_);
+  return sameMarking(candidate.cut, candidate.transition, cut, nullptr);
+}
+
+uint32_t Unfolder::findMarking(const Candidate& candidate) {
+  return table_.find(candidate.hash, candidate.markingSize(),
+                     [&](const MarkingTable::Record& r) { return sameAsRecord(candidate, r); });
+}
+
 // Every event of an earlier batch has a smaller local configuration; except under order 0,
 // which also asks for inclusion, it is below the candidate.
 bool Unfolder::decideFromTable(uint32_t position) {
   const Candidate& candidate = *batch_[position];
-  uint32_t found = table_.find(candidate.marking(), candidate.hash);
+  uint32_t found = findMarking(candidate);
   if (found == MarkingTable::NoRecord) return true;
   MarkingTable::Record* record = &table_.record(found);
   if (!state_.mayBeCutOff[candidate.transition->index]) return checkDummyCycle(candidate, *record);
@@ -174,7 +194,7 @@ void Unfolder::decideWithinBatch() {
     for (size_t k = begin; k < end; ++k) {
       uint32_t i = open[k];
       size_t g = first;
-      while (g < groups.size() && !table_.sameMarking(batch_[groups[g][0]]->marking(), batch_[i]->marking())) ++g;
+      while (g < groups.size() && !sameCandidateMarking(*batch_[groups[g][0]], *batch_[i])) ++g;
       if (g == groups.size()) groups.emplace_back();
       groups[g].push_back(i);
     }
@@ -297,9 +317,12 @@ void Unfolder::commit() {
     Event* e = state_.events[state_.batchEventsBegin + i];
     const Decision& d = decisions_[i];
     switch (d.kind) {
-      case Decision::NotCutOff:
-        table_.insert(batch_[i]->marking(), batch_[i]->hash).events.push_back(e);
+      case Decision::NotCutOff: {
+        const Candidate& c = *batch_[i];
+        table_.insert(c.hash, c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); })
+            .events.push_back(e);
         continue;
+      }
       case Decision::Initial: e->correspondent.setInitialState(); break;
       case Decision::Earlier: e->correspondent.setEvent(d.earlier); break;
       case Decision::SameBatch: e->correspondent.setEvent(state_.events[state_.batchEventsBegin + d.position]); break;
@@ -329,7 +352,9 @@ bool Unfolder::extendBatch() {
     state_.relation->growRows(state_.events.size());
     pool_.run(CommandRelation, count, [this, &extended, count](unsigned worker, uint32_t item) {
       uint32_t position = extended[count - item];
-      state_.relation->computeRow(state_.events[state_.batchEventsBegin + position], batch_[position]->cut(),
+      std::vector<uint32_t> cut;
+      batch_[position]->cut.forEach([&](uint32_t, uint32_t b) { cut.push_back(b); });
+      state_.relation->computeRow(state_.events[state_.batchEventsBegin + position], cut,
                                   workers_[worker].rowScratch());
     });
   }

@@ -40,6 +40,8 @@ class Unfolder {
   bool decideFromTable(uint32_t position);
   void decideWithinBatch();
   void decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries);
+  bool sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record);
+  uint32_t findMarking(const Candidate& candidate);
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;
@@ -56,6 +58,8 @@ class Unfolder {
   WorkerPool pool_;
   std::unique_ptr<CorrespondentSearch> correspondents_;
   PastWalker walker_;  // main thread's walks over candidates
+  PastWalker markingWalker_;
+  StampSet consumed_;  // of the marking rebuilt for a record
 
   std::vector<Candidate*> batch_;
   std::vector<Decision> decisions_;

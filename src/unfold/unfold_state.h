@@ -10,26 +10,35 @@
 
 #include "model/prefix.h"
 #include "unfold/concurrency_relation.h"
+#include "unfold/cut_map.h"
 #include "unfold/unfolder.h"
 
 namespace nurex {
 
 // A possible extension: an event not yet in the prefix, with what its local configuration
-// [e] tells about it. Preset, cut and marking share one array, so that a candidate costs
-// two allocations.
+// [e] tells about it. Its marking is the cut and the postset of its transition.
 struct Candidate {
   Transition* transition = nullptr;
   uint64_t hash = 0;       // of the marking
   uint32_t size = 0;       // |[e]|
   uint32_t depth = 0;      // causal depth of e (its Foata level), from 1
-  uint32_t presetSize = 0;
-  uint32_t cutSize = 0;    // final cut of [e] without e's own postset
-  std::vector<uint32_t> data;  // preset condition numbers (ascending), cut condition numbers, marked places
+  std::vector<uint32_t> data;  // preset condition numbers, ascending
+  CutMap cut;                  // final cut of [e] without e's own postset, by place
 
-  std::span<const uint32_t> preset() const { return {data.data(), presetSize}; }
-  std::span<const uint32_t> cut() const { return {data.data() + presetSize, cutSize}; }
-  std::span<const uint32_t> marking() const {
-    return {data.data() + presetSize + cutSize, data.size() - presetSize - cutSize};
+  std::span<const uint32_t> preset() const { return data; }
+  uint32_t markingSize() const { return cut.size() + static_cast<uint32_t>(transition->postset.size()); }
+  bool marks(uint32_t place) const {
+    if (cut.get(place) != CutMap::None) return true;
+    for (const Place* p : transition->postset)
+      if (p->index == place) return true;
+    return false;
+  }
+  // The marked places: the cut's by ascending place, then the postset's.
+  std::vector<uint32_t> markingPlaces() const {
+    std::vector<uint32_t> places;
+    cut.forEach([&](uint32_t p, uint32_t) { places.push_back(p); });
+    for (const Place* p : transition->postset) places.push_back(p->index);
+    return places;
   }
 };
 
@@ -55,6 +64,7 @@ struct UnfoldState {
   NodeList<Event> events;
   std::vector<std::vector<Condition*>> placeConditions;  // per place, by index; no cut-off postsets
   uint32_t initialCount = 0;
+  CutMap initialCut;  // the initial conditions by place; every cut is derived from it
 
   // Compact copies of the structure for the walks over local configurations, by index.
   // An event's postset conditions are numbered consecutively.
