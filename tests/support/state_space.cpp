@@ -113,8 +113,9 @@ namespace {
 // which is a firing order since a cause always has a lower index than its effects.
 class ConfigurationEnumerator {
  public:
-  ConfigurationEnumerator(const NodeList<Condition>& conditions, uint64_t limit, std::set<PlaceSet>& out)
-      : inCut_(conditions.size(), 0), limit_(limit), out_(out) {
+  ConfigurationEnumerator(const NodeList<Condition>& conditions, uint64_t limit, std::set<PlaceSet>& out,
+                          bool noMaximalDummies)
+      : inCut_(conditions.size(), 0), limit_(limit), out_(out), noMaximalDummies_(noMaximalDummies) {
     for (const Condition* c : conditions)
       if (!c->producer) add(c);
   }
@@ -128,7 +129,18 @@ class ConfigurationEnumerator {
     inCut_[c->index] = 1;
     cut_.push_back(c);
   }
+  bool isDummy(const Event* e) const {
+    const Signal* s = e->transition->signal;
+    return s && s->kind == SignalDummy;
+  }
+  // A dummy event whose postset is still entirely in the cut is maximal.
+  bool hasMaximalDummy() const {
+    return std::any_of(path_.begin(), path_.end(), [&](const Event* e) {
+      return isDummy(e) && std::all_of(e->postset.begin(), e->postset.end(), [&](Condition* b) { return inCut_[b->index]; });
+    });
+  }
   void record() {
+    if (noMaximalDummies_ && hasMaximalDummy()) return;
     PlaceSet places;
     for (const Condition* c : cut_)
       if (inCut_[c->index]) places.push_back(c->place->index);
@@ -153,7 +165,9 @@ class ConfigurationEnumerator {
       size_t mark = cut_.size();
       for (Condition* b : e->preset) inCut_[b->index] = 0;
       for (Condition* b : e->postset) add(b);
+      path_.push_back(e);
       visit(e->index);
+      path_.pop_back();
       for (Condition* b : e->postset) inCut_[b->index] = 0;
       cut_.resize(mark);
       for (Condition* b : e->preset) inCut_[b->index] = 1;
@@ -163,16 +177,18 @@ class ConfigurationEnumerator {
 
   std::vector<uint8_t> inCut_;
   std::vector<const Condition*> cut_;  // conditions ever added on the current path; inCut_ says which remain
+  std::vector<const Event*> path_;
   uint64_t count_ = 0, limit_;
   std::set<PlaceSet>& out_;
+  bool noMaximalDummies_;
 };
 
 }  // namespace
 
 bool prefixPlaceSets(const NodeList<Condition>& conditions, const NodeList<Event>& events, std::set<PlaceSet>& out,
-                     uint64_t configurationLimit) {
+                     uint64_t configurationLimit, bool noMaximalDummies) {
   (void)events;
-  ConfigurationEnumerator enumerator(conditions, configurationLimit, out);
+  ConfigurationEnumerator enumerator(conditions, configurationLimit, out, noMaximalDummies);
   return enumerator.run();
 }
 

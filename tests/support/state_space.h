@@ -48,9 +48,10 @@ bool replayRun(const PetriNet& net, const std::vector<uint32_t>& transitions, To
 
 // The final markings (as place sets) of all configurations of the non-cut-off events of a
 // prefix, found by generating each configuration once, its events in index order. Stops
-// and returns false past `configurationLimit` configurations.
+// and returns false past `configurationLimit` configurations. With `noMaximalDummies`, only
+// configurations in which every dummy event has a consumer of its postset count.
 bool prefixPlaceSets(const NodeList<Condition>& conditions, const NodeList<Event>& events, std::set<PlaceSet>& out,
-                     uint64_t configurationLimit = 5000000);
+                     uint64_t configurationLimit = 5000000, bool noMaximalDummies = false);
 
 // Whether two conditions of a prefix are concurrent, by brute force over the local
 // configurations of their producers.
