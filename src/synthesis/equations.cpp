@@ -9,6 +9,7 @@
 #include "kernel/two_level.h"
 #include "platform/reporter.h"
 #include "synthesis/expression_text.h"
+#include "verify/normalcy_triggers.h"
 
 namespace nurex {
 
@@ -199,27 +200,14 @@ bool EquationMode::derive(const Signal* z, SynthesisPhase p, std::string name) {
   return true;
 }
 
-// The signals whose events enable an event of z directly, looking through dummy events.
-// The phase selects the rising or falling events of z, or both.
+// The signals of the nearest causes of z's events, looking through dummy events. The phase
+// selects the rising or falling events of z, or both.
 std::vector<const Signal*> EquationMode::triggers_of(const Signal* z) const {
-  std::vector<bool> isTrigger(unit.signals.size(), false), seen(unit.events.size(), false);
-  std::vector<const Event*> stack;
+  std::vector<bool> isTrigger(unit.signals.size(), false);
   for (const Event* e : unit.events) {
     if (e->transition->signal != z) continue;
     if ((phase == PhaseSet && e->sign != SignPlus) || (phase == PhaseReset && e->sign != SignMinus)) continue;
-    stack.push_back(e);
-  }
-  while (!stack.empty()) {
-    const Event* e = stack.back();
-    stack.pop_back();
-    for (const Condition* b : e->preset) {
-      const Event* f = b->producer;
-      if (!f || seen[f->index]) continue;
-      seen[f->index] = true;
-      const Signal* s = f->transition->signal;
-      if (s && s->kind != SignalDummy) isTrigger[s->index] = true;
-      else stack.push_back(f);
-    }
+    for (const Event* t : triggerEvents(unit, e)) isTrigger[t->transition->signal->index] = true;
   }
   std::vector<const Signal*> triggers;
   for (const Signal* s : unit.signals)
