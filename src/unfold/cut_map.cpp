@@ -51,8 +51,8 @@ uint32_t CutMap::get(uint32_t place) const {
 
 // A node that only this map reaches (one reference, from a parent that is also only ours)
 // is changed in place; any other is copied first.
-void CutMap::set(uint32_t place, uint32_t condition) {
-  if (get(place) == condition) return;
+void CutMap::set(uint32_t place, uint32_t entry) {
+  if (get(place) == entry) return;
   Node** link = &root_;
   for (uint32_t level = levels_;; --level) {
     Node* n = *link;
@@ -66,15 +66,15 @@ void CutMap::set(uint32_t place, uint32_t condition) {
     if (level == 0) break;
     link = &n->children[slot(place, level)];
   }
-  uint32_t& entry = (*link)->conditions[place & 15];
-  if (entry == None) {
+  uint32_t& slotEntry = (*link)->conditions[place & 15];
+  if (!marks(slotEntry) && marks(entry)) {
     ++size_;
     sum_ += placeWord(place);
-  } else if (condition == None) {
+  } else if (marks(slotEntry) && !marks(entry)) {
     --size_;
     sum_ -= placeWord(place);
   }
-  entry = condition;
+  slotEntry = entry;
 }
 
 }  // namespace nurex

@@ -14,9 +14,14 @@ uint64_t placeWord(uint32_t place);
 // A radix tree of 16-way nodes over place numbers, shared between maps and copied along
 // the path of a change only where another map still uses it. The reference counts are
 // atomic because the maps of one pass are derived from each other by several threads.
+// A place maps to the condition that marks it or, flagged Consumed, to a condition that
+// was on it and is consumed (a mark of how far the place's history goes); only the
+// former count as marked.
 class CutMap {
  public:
   static constexpr uint32_t None = 0xFFFFFFFFu;
+  static constexpr uint32_t Consumed = 0x80000000u;
+  static bool marks(uint32_t entry) { return entry < Consumed; }
 
   CutMap() = default;
   explicit CutMap(uint32_t placeCount);
@@ -30,19 +35,20 @@ class CutMap {
   }
   ~CutMap() { release(root_, levels_); }
 
-  // The condition on the place, or None.
+  // The entry of the place: a condition, possibly flagged Consumed, or None.
   uint32_t get(uint32_t place) const;
-  // Maps the place to the condition, or unmaps it with None.
-  void set(uint32_t place, uint32_t condition);
+  // Sets the entry of the place.
+  void set(uint32_t place, uint32_t entry);
+  // The number of marked places.
   uint32_t size() const { return size_; }
-  // The sum of placeWord over the mapped places.
+  // The sum of placeWord over the marked places.
   uint64_t sum() const { return sum_; }
-  // f(place, condition) for every mapped place, by ascending place.
+  // f(place, condition) for every marked place, by ascending place.
   template <class F>
   void forEach(F&& f) const {
     visit(root_, levels_, 0, f);
   }
-  // f(place, condition in a, condition in b) wherever the two differ; maps of the same
+  // f(place, entry in a, entry in b) wherever the two differ; maps of the same
   // place count only. Subtrees that the two share are skipped.
   template <class F>
   static void forEachDifference(const CutMap& a, const CutMap& b, F&& f) {
@@ -76,7 +82,7 @@ class CutMap {
     if (!n) return;
     for (uint32_t i = 0; i < 16; ++i) {
       if (level == 0) {
-        if (n->conditions[i] != None) f((base << 4) + i, n->conditions[i]);
+        if (marks(n->conditions[i])) f((base << 4) + i, n->conditions[i]);
       } else {
         visit(n->children[i], level - 1, (base << 4) + i, f);
       }

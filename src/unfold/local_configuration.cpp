@@ -52,7 +52,9 @@ void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const 
 // The cut of ⌈e⌉ is the base's cut and the postsets of the added events, less what the
 // added events consume; removing e's preset as well gives the part of Cut([e]) that exists
 // before e, and adding e's postset gives Mark([e]). Removals come first: an added event may
-// put a condition back on a place whose base condition it consumes.
+// put a condition back on a place whose base condition it consumes. A place left unmarked
+// keeps its deepest consumed condition, for the test by depth of the concurrency walks: the
+// base's conditions precede the added ones on every place.
 Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candidate) {
   std::span<const uint32_t> preset = candidate.preset();
   added_.next();
@@ -71,14 +73,22 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
 
   CutMap& cut = candidate.cut;
   cut = baseCut_.map();
-  for (uint32_t b : removed_) cut.set(state.conditionPlace[b], CutMap::None);
+  for (uint32_t b : removed_) cut.set(state.conditionPlace[b], b | CutMap::Consumed);
   for (uint32_t g : addedList_)
-    for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b)
-      if (!consumed_.has(b)) cut.set(state.conditionPlace[b], b);
+    for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b) {
+      uint32_t p = state.conditionPlace[b];
+      if (!consumed_.has(b)) {
+        cut.set(p, b);
+        continue;
+      }
+      uint32_t h = cut.get(p);
+      if (h == CutMap::None || (!CutMap::marks(h) && state.conditionDepth(h & ~CutMap::Consumed) < state.eventDepth[g]))
+        cut.set(p, b | CutMap::Consumed);
+    }
 
   uint64_t sum = cut.sum();
   for (Place* p : candidate.transition->postset) {
-    if (cut.get(p->index) != CutMap::None) {
+    if (CutMap::marks(cut.get(p->index))) {
       past_.walk(state, preset);
       return p;
     }

@@ -51,19 +51,16 @@ class CutIndex {
   }
   const CutMap& map() const { return held_; }
   bool has(const UnfoldState& state, uint32_t b) const { return onPlace_[state.conditionPlace[b]] == b; }
-  // Whether b, not in the cut, may still be concurrent with it. On a place marked by c, the
-  // conditions of a configuration that contains [e] follow each other, each deeper than the
-  // one before; a condition no deeper than c is consumed in [e] or in conflict with it.
+  // Whether b, not in the cut, may still be concurrent with it. On a place, the conditions
+  // of a configuration that contains [e] follow each other, each deeper than the one before;
+  // so a condition no deeper than one of [e] on its place, c in the cut or one consumed in
+  // [e], is consumed in [e] or in conflict with it.
   bool mayFollow(const UnfoldState& state, uint32_t b) const {
     uint32_t c = onPlace_[state.conditionPlace[b]];
-    return c == CutMap::None || conditionDepth(state, b) > conditionDepth(state, c);
+    return c == CutMap::None || state.conditionDepth(b) > state.conditionDepth(c & ~CutMap::Consumed);
   }
 
  private:
-  static uint32_t conditionDepth(const UnfoldState& state, uint32_t b) {
-    uint32_t g = state.conditionProducer[b];
-    return g == NoIndex ? 0 : state.eventDepth[g];
-  }
   CutMap held_;
   std::vector<uint32_t> onPlace_;
 };

@@ -25,11 +25,11 @@ bool inPostset(const Transition* t, uint32_t place) {
 
 bool sameMarking(const CutMap& a, const Transition* ta, const CutMap& b, const Transition* tb) {
   auto marked = [](const CutMap& cut, const Transition* t, uint32_t p) {
-    return cut.get(p) != CutMap::None || inPostset(t, p);
+    return CutMap::marks(cut.get(p)) || inPostset(t, p);
   };
   bool same = true;
   CutMap::forEachDifference(a, b, [&](uint32_t p, uint32_t x, uint32_t y) {
-    if (same) same = (x != CutMap::None || inPostset(ta, p)) == (y != CutMap::None || inPostset(tb, p));
+    if (same) same = (CutMap::marks(x) || inPostset(ta, p)) == (CutMap::marks(y) || inPostset(tb, p));
   });
   if (ta)
     for (const Place* p : ta->postset) same = same && marked(b, tb, p->index);

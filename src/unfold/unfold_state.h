@@ -28,7 +28,7 @@ struct Candidate {
   std::span<const uint32_t> preset() const { return data; }
   uint32_t markingSize() const { return cut.size() + static_cast<uint32_t>(transition->postset.size()); }
   bool marks(uint32_t place) const {
-    if (cut.get(place) != CutMap::None) return true;
+    if (CutMap::marks(cut.get(place))) return true;
     for (const Place* p : transition->postset)
       if (p->index == place) return true;
     return false;
@@ -92,6 +92,10 @@ struct UnfoldState {
     return options.unoptimized_trees ? CoMethod::Plain : CoMethod::Closure;
   }
   uint32_t depthOf(const Condition* c) const { return c->producer ? eventDepth[c->producer->index] : 0; }
+  uint32_t conditionDepth(uint32_t b) const {
+    uint32_t g = conditionProducer[b];
+    return g == NoIndex ? 0 : eventDepth[g];
+  }
   std::span<const uint32_t> producersOf(uint32_t e) const {
     return {producers.data() + producerBegin[e], producerBegin[e + 1] - producerBegin[e]};
   }
