@@ -26,19 +26,49 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
   drain(state, 0);
 }
 
-CutMap finalCutOf(const UnfoldState& state, uint32_t e, PastWalker& walker, StampSet& consumed) {
-  walker.walkFrom(state, e);
-  consumed.next();
-  CutMap cut = state.initialCut;
-  for (uint32_t g : walker.events())
-    for (uint32_t b : state.presetOf(g)) {
-      consumed.mark(b);
-      if (state.conditionProducer[b] == NoIndex) cut.set(state.conditionPlace[b], CutMap::None);
-    }
-  for (uint32_t g : walker.events())
+bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate& candidate) {
+  walker_.walkFrom(state, f);
+  consumed_.next();
+  touched_.next();
+  checked_.next();
+  touchedList_.clear();
+  auto touch = [&](uint32_t p, bool marked) {
+    if (touched_.insert(p)) touchedList_.push_back(p);
+    marked_[p] = marked;
+  };
+  for (uint32_t g : walker_.events())
+    for (uint32_t b : state.presetOf(g)) consumed_.mark(b);
+  for (uint32_t g : walker_.events())
+    for (uint32_t b : state.presetOf(g))
+      if (state.conditionProducer[b] == NoIndex) touch(state.conditionPlace[b], false);
+  for (uint32_t g : walker_.events())
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b)
-      if (!consumed.has(b)) cut.set(state.conditionPlace[b], b);
-  return cut;
+      if (!consumed_.has(b)) touch(state.conditionPlace[b], true);
+
+  const CutMap& initial = state.initialCut;
+  const Transition* t = candidate.transition;
+  auto inPostset = [t](uint32_t place) {
+    for (const Place* p : t->postset)
+      if (p->index == place) return true;
+    return false;
+  };
+  auto eventMarks = [&](uint32_t p, uint32_t initialEntry) {
+    return touched_.has(p) ? marked_[p] != 0 : CutMap::marks(initialEntry);
+  };
+  // The candidate differs from the initial marking only where its cut does or on t's postset.
+  bool same = true;
+  CutMap::forEachDifference(candidate.cut, initial, [&](uint32_t p, uint32_t x, uint32_t y) {
+    checked_.mark(p);
+    if (same) same = (CutMap::marks(x) || inPostset(p)) == eventMarks(p, y);
+  });
+  for (uint32_t p : touchedList_)
+    if (same && checked_.insert(p)) {
+      uint32_t y = initial.get(p);
+      same = (CutMap::marks(y) || inPostset(p)) == (marked_[p] != 0);
+    }
+  for (const Place* p : t->postset)
+    if (same && !checked_.has(p->index)) same = eventMarks(p->index, initial.get(p->index));
+  return same;
 }
 
 void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin,

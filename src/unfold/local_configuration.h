@@ -106,9 +106,26 @@ class CandidateDescriber {
   std::vector<uint32_t> addedList_, removed_;
 };
 
-// Mark([e]) as a cut derived from the initial one: the postset conditions of [e] and the
-// initial conditions that [e] does not consume. `consumed` must cover the conditions.
-CutMap finalCutOf(const UnfoldState& state, uint32_t e, PastWalker& walker, StampSet& consumed);
+// Whether Mark([f]) of an event equals a candidate's marking, without building it: both
+// are the initial marking changed at some places, and only those places are looked at.
+class MarkingComparer {
+ public:
+  void ensure(const UnfoldState& state) {
+    walker_.ensure(state.events.size());
+    consumed_.ensure(state.conditions.size());
+    touched_.ensure(state.net.places.size());
+    checked_.ensure(state.net.places.size());
+    if (marked_.size() < state.net.places.size()) marked_.resize(state.net.places.size());
+  }
+  // f may be NoIndex, for the initial marking.
+  bool same(const UnfoldState& state, uint32_t f, const Candidate& candidate);
+
+ private:
+  PastWalker walker_;
+  StampSet consumed_, touched_, checked_;
+  std::vector<uint8_t> marked_;  // Mark([f]) on the places that [f] touches
+  std::vector<uint32_t> touchedList_;
+};
 
 // The hash of a marking from the sum of its places' words (Zobrist hashing: any order of
 // the places gives it, and a change of the marking changes the sum by the places concerned).

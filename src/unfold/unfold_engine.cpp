@@ -132,13 +132,11 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
   return false;
 }
 
-// The record's marking is rebuilt from its first event; this happens about once per cut-off.
+// The record's marking is that of its first event; comparing costs a walk of its local
+// configuration, about once per cut-off.
 bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record) {
-  if (record.emptyConfiguration) return sameMarking(candidate.cut, candidate.transition, state_.initialCut, nullptr);
-  markingWalker_.ensure(state_.events.size());
-  consumed_.ensure(state_.conditions.size());
-  CutMap cut = finalCutOf(state_, record.events[0]->index, markingWalker_, consumed_);
-  return sameMarking(candidate.cut, candidate.transition, cut, nullptr);
+  comparer_.ensure(state_);
+  return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.events[0]->index, candidate);
 }
 
 uint32_t Unfolder::findMarking(const Candidate& candidate) {

@@ -58,8 +58,7 @@ class Unfolder {
   WorkerPool pool_;
   std::unique_ptr<CorrespondentSearch> correspondents_;
   PastWalker walker_;  // main thread's walks over candidates
-  PastWalker markingWalker_;
-  StampSet consumed_;  // of the marking rebuilt for a record
+  MarkingComparer comparer_;
 
   std::vector<Candidate*> batch_;
   std::vector<Decision> decisions_;
