@@ -86,13 +86,14 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
   return true;
 }
 
-uint64_t CoClosure::compute(const UnfoldState& state, const CutMap& cut) {
+uint64_t CoClosure::compute(const UnfoldState& state, const std::vector<uint32_t>& cut, uint32_t e) {
   uint64_t steps = 0;
   members_.next();
   counted_.next();
   places_.next();
   list_.clear();
-  cut.forEach([&](uint32_t, uint32_t c) { add(state.conditions[c]); });
+  for (uint32_t c : cut)
+    if (state.conditionProducer[c] != e) add(state.conditions[c]);
   for (size_t i = 0; i < list_.size(); ++i) {
     Condition* x = list_[i];
     steps += 1 + x->postset.size();

@@ -81,8 +81,9 @@ class CoClosure {
     counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 2 + 16));
     places_.ensure(state.net.places.size());
   }
-  // Returns the number of steps taken (members and consumers looked at).
-  uint64_t compute(const UnfoldState& state, const CutMap& cut);
+  // The closure of Cut([e]) given with e's postset, which is left out. Returns the number of
+  // steps taken (members and consumers looked at).
+  uint64_t compute(const UnfoldState& state, const std::vector<uint32_t>& cut, uint32_t e);
   // The same set read from the row of e in the concurrency relation.
   void read(const UnfoldState& state, const Event* e);
   const std::vector<Condition*>& members() const { return list_; }

@@ -90,7 +90,7 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   method_ = chooseMethod(state, e);
   switch (method_) {
     case CoMethod::Closure: {
-      uint64_t work = closure_.compute(state, (*state.batch)[position]->cut);
+      uint64_t work = closure_.compute(state, describer_.baseCut().conditions(), index);
       closureWork_ = (closureWork_ * 7 + work) / 8;
       break;
     }

@@ -26,6 +26,24 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
   drain(state, 0);
 }
 
+void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
+  CutMap::forEachDifference(held_, cut, [&](uint32_t p, uint32_t was, uint32_t is) {
+    onPlace_[p] = is;
+    if (CutMap::marks(was) && CutMap::marks(is)) {
+      conditions_[position_[p]] = is;
+    } else if (CutMap::marks(was)) {
+      uint32_t last = conditions_.back();
+      conditions_[position_[p]] = last;
+      position_[state.conditionPlace[last]] = position_[p];
+      conditions_.pop_back();
+    } else if (CutMap::marks(is)) {
+      position_[p] = static_cast<uint32_t>(conditions_.size());
+      conditions_.push_back(is);
+    }
+  });
+  held_ = cut;
+}
+
 bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate& candidate) {
   walker_.walkFrom(state, f);
   consumed_.next();
@@ -76,7 +94,7 @@ void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const 
   baseSize_ = size;
   CutMap base = cut;
   for (uint32_t b = rangeBegin; b < rangeEnd; ++b) base.set(state.conditionPlace[b], b);
-  baseCut_.set(base);
+  baseCut_.set(state, base);
 }
 
 // The cut of ⌈e⌉ is the base's cut and the postsets of the added events, less what the

@@ -42,14 +42,14 @@ class CutIndex {
   void ensure(const UnfoldState& state) {
     if (onPlace_.size() < state.net.places.size()) {
       onPlace_.assign(state.net.places.size(), CutMap::None);
+      position_.assign(state.net.places.size(), 0);
       held_ = CutMap(static_cast<uint32_t>(state.net.places.size()));
     }
   }
-  void set(const CutMap& cut) {
-    CutMap::forEachDifference(held_, cut, [this](uint32_t p, uint32_t, uint32_t b) { onPlace_[p] = b; });
-    held_ = cut;
-  }
+  void set(const UnfoldState& state, const CutMap& cut);
   const CutMap& map() const { return held_; }
+  // The conditions of the cut, in no particular order.
+  const std::vector<uint32_t>& conditions() const { return conditions_; }
   bool has(const UnfoldState& state, uint32_t b) const { return onPlace_[state.conditionPlace[b]] == b; }
   // Whether b, not in the cut, may still be concurrent with it. On a place, the conditions
   // of a configuration that contains [e] follow each other, each deeper than the one before;
@@ -63,6 +63,8 @@ class CutIndex {
  private:
   CutMap held_;
   std::vector<uint32_t> onPlace_;
+  std::vector<uint32_t> conditions_;
+  std::vector<uint32_t> position_;  // per marked place, of its condition in conditions_
 };
 
 // Scratch of one thread for describing possible extensions. Every candidate described
