@@ -139,19 +139,35 @@ bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Reco
   return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.events[0]->index, candidate);
 }
 
-uint32_t Unfolder::findMarking(const Candidate& candidate) {
-  return table_.find(candidate.hash, candidate.markingSize(),
+uint32_t Unfolder::findMarking(const Candidate& candidate, uint64_t key) {
+  return table_.find(key, candidate.markingSize(),
                      [&](const MarkingTable::Record& r) { return sameAsRecord(candidate, r); });
+}
+
+// A state of an STG counts only after runs with no dummy occurrence pending. The local
+// configuration of a dummy event ends with that event pending, so it must not serve as the
+// correspondent of a signal event with the same marking: the states beyond the cut-off would
+// be held by the prefix only after a pending dummy. Dummy events therefore keep records of
+// their own, under a key set apart from the hash.
+uint64_t Unfolder::tableKey(const Candidate& candidate) const {
+  constexpr uint64_t PendingDummy = 0x9E3779B97F4A7C15ull;
+  return state_.mayBeCutOff[candidate.transition->index] ? candidate.hash : candidate.hash ^ PendingDummy;
 }
 
 // Every event of an earlier batch has a smaller local configuration; except under order 0,
 // which also asks for inclusion, it is below the candidate.
 bool Unfolder::decideFromTable(uint32_t position) {
   const Candidate& candidate = *batch_[position];
-  uint32_t found = findMarking(candidate);
+  if (!state_.mayBeCutOff[candidate.transition->index]) {
+    // A cycle of dummies may return to a marking first reached by a signal event or by one.
+    for (uint64_t key : {candidate.hash, tableKey(candidate)})
+      if (uint32_t r = findMarking(candidate, key); r != MarkingTable::NoRecord && !checkDummyCycle(candidate, table_.record(r)))
+        return false;
+    return true;
+  }
+  uint32_t found = findMarking(candidate, tableKey(candidate));
   if (found == MarkingTable::NoRecord) return true;
   MarkingTable::Record* record = &table_.record(found);
-  if (!state_.mayBeCutOff[candidate.transition->index]) return checkDummyCycle(candidate, *record);
   Decision& d = decisions_[position];
   if (record->emptyConfiguration) {
     d.kind = Decision::Initial;
@@ -182,11 +198,12 @@ void Unfolder::decideWithinBatch() {
   std::vector<uint32_t> open;
   for (uint32_t i = 0; i < batch_.size(); ++i)
     if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
-  // Grouped by hash; a run of equal hashes is split by marking, in batch order.
-  std::stable_sort(open.begin(), open.end(), [this](uint32_t i, uint32_t j) { return batch_[i]->hash < batch_[j]->hash; });
+  // Grouped by table key; a run of equal keys is split by marking, in batch order.
+  std::stable_sort(open.begin(), open.end(),
+                   [this](uint32_t i, uint32_t j) { return tableKey(*batch_[i]) < tableKey(*batch_[j]); });
   std::vector<std::vector<uint32_t>> groups;
   for (size_t begin = 0, end; begin < open.size(); begin = end) {
-    for (end = begin + 1; end < open.size() && batch_[open[end]]->hash == batch_[open[begin]]->hash;) ++end;
+    for (end = begin + 1; end < open.size() && tableKey(*batch_[open[end]]) == tableKey(*batch_[open[begin]]);) ++end;
     if (end - begin < 2) continue;
     size_t first = groups.size();
     for (size_t k = begin; k < end; ++k) {
@@ -317,7 +334,7 @@ void Unfolder::commit() {
     switch (d.kind) {
       case Decision::NotCutOff: {
         const Candidate& c = *batch_[i];
-        table_.insert(c.hash, c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); })
+        table_.insert(tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); })
             .events.push_back(e);
         continue;
       }

@@ -41,7 +41,10 @@ class Unfolder {
   void decideWithinBatch();
   void decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries);
   bool sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record);
-  uint32_t findMarking(const Candidate& candidate);
+  uint32_t findMarking(const Candidate& candidate, uint64_t key);
+  // The candidate's key in the marking table: the hash of its marking, set apart for events
+  // that end with a dummy occurrence still pending (see unfold_engine.cpp).
+  uint64_t tableKey(const Candidate& candidate) const;
   bool checkDummyCycle(const Candidate& candidate, const MarkingTable::Record& record);
   bool runCorrespondentSearch();
   void printRunningStatistics() const;

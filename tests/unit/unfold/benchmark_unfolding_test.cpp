@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "model/formats/g_reader.h"
+#include "model/loaders.h"
+#include "model/net_unit.h"
 #include "support/capture.h"
 #include "support/state_space.h"
 #include "support/verdicts.h"
@@ -16,6 +18,7 @@ namespace {
 
 struct VerdictRow {
   std::string name;
+  std::string prefix;  // the reference prefix file
   uint64_t states = 0;
   PrefixStatistics statistics;
 };
@@ -25,6 +28,7 @@ std::vector<VerdictRow> readVerdicts() {
   for (VerdictCells& v : readBenchmarkVerdicts()) {
     VerdictRow row;
     row.name = v["name"];
+    row.prefix = v["prefix"];
     row.states = std::stoull(v["states"]);
     PrefixStatistics& s = row.statistics;
     s.conditions = std::stoull(v["B"]);
@@ -39,8 +43,26 @@ std::vector<VerdictRow> readVerdicts() {
 
 std::string statisticsText(const PrefixStatistics& s) { return formatStatistics(s); }
 
+// Signal events cut off against the local configuration of a dummy event. Such a
+// configuration ends with the dummy pending, so this unfolder never takes it as the
+// correspondent of a signal event; the reference unfolder may, and then its prefix is smaller.
+template <class P>
+int signalCutOffsBehindDummies(const P& prefix) {
+  auto dummy = [](const Event* e) { return e->transition->signal && e->transition->signal->kind == SignalDummy; };
+  int count = 0;
+  for (const Event* e : prefix.events)
+    for (const Event* f : e->correspondent.correspondents()) count += !dummy(e) && dummy(f);
+  return count;
+}
+
+bool referenceCutsBehindDummies(const VerdictRow& row) {
+  std::unique_ptr<StgUnit> unit;
+  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row.prefix)); });
+  return unit && unit->holds<StgPrefix>() && signalCutOffsBehindDummies(unit->get<StgPrefix>()) > 0;
+}
+
 template <class Net>
-void checkNet(const VerdictRow& row, std::unique_ptr<Net> net) {
+void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBehindDummies) {
   StateSpace space = exploreStateSpace(*net);
   ASSERT_TRUE(space.complete && space.safe);
   EXPECT_EQ(space.size(), row.states) << "explicit-state count of " << row.name;
@@ -60,8 +82,10 @@ void checkNet(const VerdictRow& row, std::unique_ptr<Net> net) {
       std::string signature = prefixSignature(prefix->conditions, prefix->events);
       if (reference.empty()) {
         reference = signature;
-        EXPECT_EQ(statisticsText(computeStatistics(prefix->conditions, prefix->events)),
-                  statisticsText(row.statistics));
+        PrefixStatistics ours = computeStatistics(prefix->conditions, prefix->events);
+        EXPECT_EQ(signalCutOffsBehindDummies(*prefix), 0);
+        if (referenceBehindDummies) EXPECT_GT(ours.events, row.statistics.events);
+        else EXPECT_EQ(statisticsText(ours), statisticsText(row.statistics));
         std::set<PlaceSet> markings;
         ASSERT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, markings));
         EXPECT_EQ(markings, space.placeSets()) << row.name;
@@ -79,11 +103,12 @@ TEST(UnfoldBenchmarks, SizesMarkingsAndDeterminism) {
   for (const VerdictRow& row : rows) {
     SCOPED_TRACE(row.name);
     bool hasSignals = false;
+    bool referenceBehindDummies = referenceCutsBehindDummies(row);
     std::string err = captureStderr([&] {
       auto stg = readStgText(std::string(NUREX_BENCHMARKS) + "/nets/" + row.name + ".g", &hasSignals);
       ASSERT_TRUE(stg);
-      if (hasSignals) checkNet<Stg>(row, std::move(stg));
-      else checkNet<PetriNet>(row, withoutSignals(std::move(stg)));
+      if (hasSignals) checkNet<Stg>(row, std::move(stg), referenceBehindDummies);
+      else checkNet<PetriNet>(row, withoutSignals(std::move(stg)), false);
     });
     EXPECT_EQ(err, "");
   }
