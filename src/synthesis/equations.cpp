@@ -8,6 +8,7 @@
 #include "kernel/hitting_sets.h"
 #include "kernel/two_level.h"
 #include "platform/reporter.h"
+#include "reach/dummy_closure.h"
 #include "synthesis/expression_text.h"
 #include "verify/normalcy_triggers.h"
 
@@ -98,7 +99,7 @@ void EquationMode::fresh_instance() {
 
 void EquationMode::encode_record(Configuration& record) {
   record.encode_base(PermanentGroup, backward_conflict_constraints, incremental_acyclic_constraint);
-  if (options["no_max_dummies"] != 0) forbid_maximal_dummies(record, PermanentGroup);
+  if (options["no_max_dummies"] != 0) encodeNoMaximalDummies(record, PermanentGroup);
 }
 
 // Each maximal set of signals on which a separating pair agrees must miss a support signal.

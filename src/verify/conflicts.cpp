@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "platform/reporter.h"
+#include "reach/dummy_closure.h"
 
 namespace nurex {
 
@@ -41,8 +42,8 @@ void ConflictMode::build_instance(int group) {
   first.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
   second.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
   if (options["no_max_dummies"] != 0) {
-    forbid_maximal_dummies(first, group);
-    forbid_maximal_dummies(second, group);
+    encodeNoMaximalDummies(first, group);
+    encodeNoMaximalDummies(second, group);
   }
   equal_codes(group);
   if (options["inclusion_constraints"] == 1) {
@@ -52,20 +53,6 @@ void ConflictMode::build_instance(int group) {
   if (method() == 1) difference_constraint(group);
   cores_at_build_ = known_cores_.size();
   for (size_t i = 0; i < cores_at_build_; ++i) exclude_core(known_cores_[i], ItemGroup);
-}
-
-// A state seen from outside is never one with a dummy event pending at the end: a dummy
-// event in the configuration needs some consumer of its postset there too.
-void ConflictMode::forbid_maximal_dummies(Configuration& record, int group) {
-  std::vector<Literal> clause;
-  for (const Event* e : unit.events) {
-    const Signal* s = e->transition->signal;
-    if (eventIsCutOff(e) || (s && s->kind != SignalDummy)) continue;
-    clause.assign(1, negate(record.event_in(e)));
-    for (const Condition* c : e->postset)
-      for (const Event* f : c->postset) clause.push_back(record.event_in(f));
-    formula.add_clause(clause, group);
-  }
 }
 
 void ConflictMode::equal_codes(int group) {

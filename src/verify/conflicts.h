@@ -78,7 +78,6 @@ class ConflictMode : public SearchMode<StgPrefix> {
   // Clauses that forbid the pair (in both orders) as the two configurations.
   void exclude_core(const ConfigurationPair& core, int group);
   ConfigurationPair model_pair() const;
-  void forbid_maximal_dummies(Configuration& record, int group);
   // C1 is a subset of C2 (ordered), or one of the two includes the other (unordered).
   void add_inclusion(Configuration& first, Configuration& second, bool ordered, int group);
   // Solves and records until the limit of -a, excluding each core found.
