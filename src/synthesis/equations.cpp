@@ -8,7 +8,6 @@
 #include "kernel/hitting_sets.h"
 #include "kernel/two_level.h"
 #include "platform/reporter.h"
-#include "reach/dummy_closure.h"
 #include "synthesis/expression_text.h"
 #include "verify/normalcy_triggers.h"
 
@@ -97,18 +96,12 @@ void EquationMode::fresh_instance() {
   configurations.clear();
 }
 
-void EquationMode::encode_record(Configuration& record) {
-  record.encode_base(PermanentGroup, backward_conflict_constraints, incremental_acyclic_constraint);
-  if (options["no_max_dummies"] != 0) encodeNoMaximalDummies(record, PermanentGroup);
-}
-
 // Each maximal set of signals on which a separating pair agrees must miss a support signal.
 bool EquationMode::agreeing_sets(const Signal* z, std::vector<std::vector<uint32_t>>& complements) {
   fresh_instance();
   Configuration& first = first_record();
   Configuration& second = second_record();
-  encode_record(first);
-  encode_record(second);
+  encode_records({&first, &second}, PermanentGroup);
   support_selectors.clear();
   for (uint32_t x = 0; x < unit.dummiesBegin; ++x) {
     Literal d = formula.new_literal(false);
@@ -189,7 +182,7 @@ bool EquationMode::derive(const Signal* z, SynthesisPhase p, std::string name) {
   implementation->phase = p;
   implementation->triggers = triggers_of(z);
   fresh_instance();
-  encode_record(first_record());
+  encode_records({&first_record()}, PermanentGroup);
   for (const std::vector<uint32_t>& support : supports) {
     EquationAlternative alternative;
     if (!alternative_on(z, support, alternative)) return false;

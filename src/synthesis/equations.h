@@ -71,7 +71,6 @@ class EquationMode : public ConflictMode {
   // Clauses putting the record's state where the function of the phase must be 1 (`on`) or 0.
   void region_constraint(Configuration& record, const Signal* z, bool on, int group);
   void fresh_instance();
-  void encode_record(Configuration& record);
   std::vector<const Signal*> triggers_of(const Signal* z) const;
 
   SynthesisPhase phase = PhaseNext;

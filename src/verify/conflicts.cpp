@@ -36,15 +36,17 @@ std::string ConflictMode::message_if_none() const {
   return csc ? "there are no CSC conflicts" : "there are no USC conflicts";
 }
 
+void ConflictMode::encode_records(std::initializer_list<Configuration*> records, int group) {
+  for (Configuration* record : records)
+    record->encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
+  if (options["no_max_dummies"] != 0)
+    for (Configuration* record : records) encodeNoMaximalDummies(*record, group);
+}
+
 void ConflictMode::build_instance(int group) {
   Configuration& first = first_record();
   Configuration& second = second_record();
-  first.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
-  second.encode_base(group, backward_conflict_constraints, incremental_acyclic_constraint);
-  if (options["no_max_dummies"] != 0) {
-    encodeNoMaximalDummies(first, group);
-    encodeNoMaximalDummies(second, group);
-  }
+  encode_records({&first, &second}, group);
   equal_codes(group);
   if (options["inclusion_constraints"] == 1) {
     if (!conflict_free) reportWarning(InclusionWarning);

@@ -3,6 +3,7 @@
 // shared with normalcy checking and conflict resolution.
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -73,6 +74,8 @@ class ConflictMode : public SearchMode<StgPrefix> {
   Configuration& first_record() { return configuration(0); }
   Configuration& second_record() { return configuration(1); }
   int32_t method() const { return options["method"]; }
+  // Base encoding of each record, then, unless disabled, no dummy event left maximal in it.
+  void encode_records(std::initializer_list<Configuration*> records, int group);
   // Makes x the current item: group 1 recreated (after the first) and refilled.
   void select_item(uint32_t x);
   // Clauses that forbid the pair (in both orders) as the two configurations.
