@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "model/prefix.h"
@@ -10,19 +11,25 @@
 
 namespace nurex {
 
-// 262144 buckets, each a chain of records. A record keeps the hash and size of its marking,
-// not the marking: the caller compares a marking with a record's, which it rebuilds from
-// the record's first event, only when hash and size agree.
+// 262144 buckets, each a chain of records. A record keeps the hash and size of its marking
+// and, if the marking has few places, the places themselves; a larger marking the caller
+// rebuilds from the record's first event when hash and size agree.
 class MarkingTable {
  public:
   static constexpr uint32_t BucketCount = 262144;
   static constexpr uint32_t BucketMask = 0x3FFFF;
   static constexpr uint32_t NoRecord = 0xFFFFFFFFu;
+  static constexpr uint32_t NoPlaces = 0xFFFFFFFFu;
+  // Markings of at most this many places are kept: a few bytes per record spare a walk of
+  // [f] for each comparison, while a marking of thousands of places would cost more to keep
+  // than the rare walks over its records.
+  static constexpr uint32_t KeptPlacesLimit = 64;
 
   struct Record {
     uint64_t hash = 0;
     uint32_t size = 0;                // marked places
     uint32_t next = NoRecord;         // chain of the bucket
+    uint32_t places = NoPlaces;       // where keep() put the marked places, if it did
     bool emptyConfiguration = false;  // the initial marking, reached by no event
     std::vector<Event*> events;       // in insertion order, so by index
   };
@@ -44,6 +51,14 @@ class MarkingTable {
     return found != NoRecord ? records_[found] : add(hash, size);
   }
   Record& record(uint32_t number) { return records_[number]; }
+  // Keeps the marked places of the record's marking, `size` of them by ascending place, if
+  // there are few enough.
+  void keep(Record& record, std::span<const uint32_t> places);
+  // The places kept for the record; empty if none were.
+  std::span<const uint32_t> keptPlaces(const Record& record) const {
+    if (record.places == NoPlaces) return {};
+    return {places_.data() + record.places, record.size};
+  }
   uint32_t recordCount() const { return static_cast<uint32_t>(records_.size()); }
 
  private:
@@ -51,6 +66,7 @@ class MarkingTable {
 
   std::vector<uint32_t> buckets_;
   std::vector<Record> records_;
+  std::vector<uint32_t> places_;
 };
 
 // Whether the marking of cut a and the postset of ta (null: none) equals that of b and tb.

@@ -74,8 +74,12 @@ bool Unfolder::start() {
       return false;
     }
   const CutMap& initial = state_.initialCut;
-  table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; })
-      .emptyConfiguration = true;
+  MarkingTable::Record& empty =
+      table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; });
+  empty.emptyConfiguration = true;
+  markingPlaces_.clear();
+  initial.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
+  table_.keep(empty, markingPlaces_);
   if (state_.options.conc_rel_size > 0) {
     state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
                                                             static_cast<uint32_t>(state_.options.conc_rel_size));
@@ -132,9 +136,15 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
   return false;
 }
 
-// The record's marking is that of its first event; comparing costs a walk of its local
-// configuration, about once per cut-off.
+// Hash and size agree, so the markings are equal when the candidate marks every place of
+// the record's. Without kept places the record's marking is that of its first event, and
+// comparing costs a walk of its local configuration.
 bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record) {
+  if (record.places != MarkingTable::NoPlaces) {
+    for (uint32_t p : table_.keptPlaces(record))
+      if (!candidate.marks(p)) return false;
+    return true;
+  }
   comparer_.ensure(state_);
   return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.events[0]->index, candidate);
 }
@@ -334,8 +344,10 @@ void Unfolder::commit() {
     switch (d.kind) {
       case Decision::NotCutOff: {
         const Candidate& c = *batch_[i];
-        table_.insert(tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); })
-            .events.push_back(e);
+        MarkingTable::Record& record = table_.insert(
+            tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); });
+        if (record.events.empty()) keepMarking(record, c);
+        record.events.push_back(e);
         continue;
       }
       case Decision::Initial: e->correspondent.setInitialState(); break;
@@ -345,6 +357,15 @@ void Unfolder::commit() {
     }
     ++cutOffCount_;
   }
+}
+
+void Unfolder::keepMarking(MarkingTable::Record& record, const Candidate& candidate) {
+  if (candidate.markingSize() > MarkingTable::KeptPlacesLimit) return;
+  markingPlaces_.clear();
+  candidate.cut.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
+  for (const Place* p : candidate.transition->postset) markingPlaces_.push_back(p->index);
+  std::sort(markingPlaces_.begin(), markingPlaces_.end());
+  table_.keep(record, markingPlaces_);
 }
 
 bool Unfolder::reportWorkerError() {
