@@ -51,6 +51,7 @@ class MarkingTable {
     return found != NoRecord ? records_[found] : add(hash, size);
   }
   Record& record(uint32_t number) { return records_[number]; }
+  void prefetch(uint64_t hash) const { __builtin_prefetch(buckets_.data() + (hash & BucketMask)); }
   // Keeps the marked places of the record's marking, `size` of them by ascending place, if
   // there are few enough.
   void keep(Record& record, std::span<const uint32_t> places);

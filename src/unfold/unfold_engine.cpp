@@ -274,8 +274,13 @@ void Unfolder::decideGroup(const std::vector<uint32_t>& members, std::vector<Con
 bool Unfolder::decideCutOffs() {
   decisions_.assign(batch_.size(), Decision{});
   walker_.ensure(state_.events.size());
-  for (uint32_t i = 0; i < batch_.size(); ++i)
+  constexpr uint32_t Ahead = 8;
+  const uint32_t count = static_cast<uint32_t>(batch_.size());
+  for (uint32_t i = 0; i < std::min(Ahead, count); ++i) table_.prefetch(tableKey(*batch_[i]));
+  for (uint32_t i = 0; i < count; ++i) {
+    if (i + Ahead < count) table_.prefetch(tableKey(*batch_[i + Ahead]));
     if (!decideFromTable(i)) return false;
+  }
   decideWithinBatch();
   return true;
 }
@@ -303,42 +308,58 @@ void Unfolder::commit() {
   state_.batchConditionsBegin = state_.conditions.size();
   state_.batch = &batch_;
   state_.batchExtended.clear();
-  for (uint32_t i = 0; i < batch_.size(); ++i) {
-    const Candidate* candidate = batch_[i];
-    auto* e = new Event;
-    e->transition = candidate->transition;
-    state_.events.add(e);
-    for (uint32_t b : candidate->preset()) {
-      Condition* c = state_.conditions[b];
-      e->preset.push_back(c);
-      c->postset.push_back(e);
-      state_.presetConditions.push_back(b);
-      if (c->producer) state_.producers.push_back(c->producer->index);
-    }
-    // Distinct producers: a producer's postset conditions are numbered together.
-    auto first = state_.producers.begin() + state_.producerBegin.back();
-    std::sort(first, state_.producers.end());
-    state_.producers.erase(std::unique(first, state_.producers.end()), state_.producers.end());
-    state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
-    state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
-    state_.eventDepth.push_back(candidate->depth);
-    sizeSum_ += candidate->size;
-    state_.eventTransition.push_back(candidate->transition->index);
-    bool cutOff = decisions_[i].kind != Decision::NotCutOff;
-    for (Place* p : candidate->transition->postset) {
-      auto* c = new Condition;
-      c->producer = e;
-      c->place = p;
-      state_.conditions.add(c);
-      state_.conditionPlace.push_back(p->index);
-      state_.conditionProducer.push_back(e->index);
-      if (!cutOff) state_.placeConditions[p->index].push_back(c);
-      e->postset.push_back(c);
-    }
-    state_.postsetBegin.push_back(state_.conditions.size());
-    if (!cutOff) state_.batchExtended.push_back(i);
+  for (uint32_t i = 0; i < batch_.size(); ++i) commitEvent(i);
+  recordMarkings();
+}
+
+// The conditions of a batch lie all over the prefix; fetching those of the event after next
+// hides the wait for them.
+void Unfolder::commitEvent(uint32_t i) {
+  if (i + 2 < batch_.size())
+    for (uint32_t b : batch_[i + 2]->preset()) __builtin_prefetch(state_.conditions[b]);
+  const Candidate* candidate = batch_[i];
+  auto* e = new Event;
+  e->transition = candidate->transition;
+  state_.events.add(e);
+  for (uint32_t b : candidate->preset()) {
+    Condition* c = state_.conditions[b];
+    e->preset.push_back(c);
+    c->postset.push_back(e);
+    state_.presetConditions.push_back(b);
+    if (uint32_t g = state_.conditionProducer[b]; g != NoIndex) state_.producers.push_back(g);
   }
-  for (uint32_t i = 0; i < batch_.size(); ++i) {
+  // Distinct producers: a producer's postset conditions are numbered together.
+  auto first = state_.producers.begin() + state_.producerBegin.back();
+  std::sort(first, state_.producers.end());
+  state_.producers.erase(std::unique(first, state_.producers.end()), state_.producers.end());
+  state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
+  state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
+  state_.eventDepth.push_back(candidate->depth);
+  sizeSum_ += candidate->size;
+  state_.eventTransition.push_back(candidate->transition->index);
+  bool cutOff = decisions_[i].kind != Decision::NotCutOff;
+  for (Place* p : candidate->transition->postset) {
+    auto* c = new Condition;
+    c->producer = e;
+    c->place = p;
+    state_.conditions.add(c);
+    state_.conditionPlace.push_back(p->index);
+    state_.conditionProducer.push_back(e->index);
+    if (!cutOff) state_.placeConditions[p->index].push_back(c);
+    e->postset.push_back(c);
+  }
+  state_.postsetBegin.push_back(state_.conditions.size());
+  if (!cutOff) state_.batchExtended.push_back(i);
+}
+
+// The marking table learns the non-cut-offs, and cut-offs get their correspondents. The
+// buckets are far apart in a large table: each is fetched a few events ahead.
+void Unfolder::recordMarkings() {
+  constexpr uint32_t Ahead = 8;
+  const uint32_t count = static_cast<uint32_t>(batch_.size());
+  for (uint32_t i = 0; i < std::min(Ahead, count); ++i) table_.prefetch(tableKey(*batch_[i]));
+  for (uint32_t i = 0; i < count; ++i) {
+    if (i + Ahead < count) table_.prefetch(tableKey(*batch_[i + Ahead]));
     Event* e = state_.events[state_.batchEventsBegin + i];
     const Decision& d = decisions_[i];
     switch (d.kind) {

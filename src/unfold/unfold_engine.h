@@ -51,6 +51,8 @@ class Unfolder {
   void printRunningStatistics() const;
   void dropRelation();
   void commit();
+  void commitEvent(uint32_t position);
+  void recordMarkings();
   bool extendBatch();
   bool reportWorkerError();
   void finish();
