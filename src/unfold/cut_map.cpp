@@ -78,7 +78,7 @@ void CutMap::release(Node* n, uint32_t level) {
 
 uint32_t CutMap::sparseGet(const Node* n, uint32_t place) {
   Pairs all = pairsOf(n);
-  const uint64_t* it = std::lower_bound(all.first, all.last, pairOf(place, 0));
+  const uint64_t* it = std::lower_bound(all.first, all.last, pair(place, 0));
   return it != all.last && placeOf(*it) == place ? entryOf(*it) : None;
 }
 
@@ -100,13 +100,35 @@ void CutMap::set(uint32_t place, uint32_t entry) {
     if (old == entry) return;
     treeSet(place, entry);
   }
-  if (!marks(old) && marks(entry)) {
-    ++size_;
-    sum_ += placeWord(place);
-  } else if (marks(old) && !marks(entry)) {
-    --size_;
-    sum_ -= placeWord(place);
+  count(place, old, entry);
+}
+
+// The array and the changes merged into a new array; a tree, or an array that might grow
+// past the limit, takes the changes one by one.
+void CutMap::setMany(std::span<const uint64_t> changes) {
+  Pairs all = pairsOf(root_);
+  uint32_t bound = static_cast<uint32_t>((all.last - all.first) + changes.size());
+  if ((root_ && !root_->sparse) || bound > SparseLimit) {
+    for (uint64_t change : changes) set(placeOf(change), entryOf(change));
+    return;
   }
+  if (changes.empty()) return;
+  Node* merged = allocate(classFor(bound));
+  merged->sparse = true;
+  uint64_t* out = pairs(merged);
+  const uint64_t* x = all.first;
+  for (uint64_t change : changes) {
+    uint32_t place = placeOf(change);
+    while (x != all.last && placeOf(*x) < place) *out++ = *x++;
+    uint32_t old = None;
+    if (x != all.last && placeOf(*x) == place) old = entryOf(*x++);
+    if (entryOf(change) != None) *out++ = change;
+    count(place, old, entryOf(change));
+  }
+  while (x != all.last) *out++ = *x++;
+  merged->count = static_cast<uint16_t>(out - pairs(merged));
+  release(root_, levels_);
+  root_ = merged;
 }
 
 // A node that only this map holds and that has room is changed in place; any other is
@@ -115,7 +137,7 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
   Node* n = root_;
   Pairs all = pairsOf(n);
   uint32_t count = static_cast<uint32_t>(all.last - all.first);
-  uint32_t at = static_cast<uint32_t>(std::lower_bound(all.first, all.last, pairOf(place, 0)) - all.first);
+  uint32_t at = static_cast<uint32_t>(std::lower_bound(all.first, all.last, pair(place, 0)) - all.first);
   bool found = at < count && placeOf(all.first[at]) == place;
   old = found ? entryOf(all.first[at]) : None;
   if (old == entry) return true;
@@ -126,7 +148,7 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
     uint64_t* p = pairs(n);
     if (entry == None) std::memmove(p + at, p + at + 1, rest * 8);
     else if (!found) std::memmove(p + at + 1, p + at, rest * 8);
-    if (entry != None) p[at] = pairOf(place, entry);
+    if (entry != None) p[at] = pair(place, entry);
     n->count = static_cast<uint16_t>(newCount);
     return true;
   }
@@ -135,7 +157,7 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
   copy->count = static_cast<uint16_t>(newCount);
   uint64_t* p = pairs(copy);
   std::memcpy(p, all.first, at * 8);
-  if (entry != None) p[at] = pairOf(place, entry);
+  if (entry != None) p[at] = pair(place, entry);
   std::memcpy(p + at + (entry != None), all.first + at + found, rest * 8);
   release(n, levels_);
   root_ = copy;

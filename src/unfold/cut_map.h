@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -47,8 +48,14 @@ class CutMap {
   }
   // Sets the entry of the place.
   void set(uint32_t place, uint32_t entry);
+  // Sets several entries, given as pair(place, entry) by ascending place, each place once:
+  // an array is copied once for all of them.
+  void setMany(std::span<const uint64_t> changes);
+  static uint64_t pair(uint32_t place, uint32_t entry) { return uint64_t(place) << 32 | entry; }
   // The number of marked places.
   uint32_t size() const { return size_; }
+  // Whether the map is one array, where a look-up is cheap next to a walk over differences.
+  bool isArray() const { return !root_ || root_->sparse; }
   // The sum of placeWord over the marked places.
   uint64_t sum() const { return sum_; }
   // f(place, condition) for every marked place, by ascending place.
@@ -104,7 +111,6 @@ class CutMap {
   static Node* const* children(const Node* n) { return reinterpret_cast<Node* const*>(n + 1); }
   static uint32_t placeOf(uint64_t pair) { return static_cast<uint32_t>(pair >> 32); }
   static uint32_t entryOf(uint64_t pair) { return static_cast<uint32_t>(pair); }
-  static uint64_t pairOf(uint32_t place, uint32_t entry) { return uint64_t(place) << 32 | entry; }
 
   static Node* allocate(uint32_t sizeClass);
   static Node* newTreeNode(uint32_t level);
@@ -115,6 +121,15 @@ class CutMap {
   static void release(Node* n, uint32_t level);
   static uint32_t sparseGet(const Node* n, uint32_t place);
   uint32_t treeGet(uint32_t place) const;
+  void count(uint32_t place, uint32_t old, uint32_t entry) {
+    if (!marks(old) && marks(entry)) {
+      ++size_;
+      sum_ += placeWord(place);
+    } else if (marks(old) && !marks(entry)) {
+      --size_;
+      sum_ -= placeWord(place);
+    }
+  }
   // Sets an entry of the sparse root; false if the map must become a tree for it.
   bool sparseSet(uint32_t place, uint32_t entry, uint32_t& old);
   uint32_t treeSet(uint32_t place, uint32_t entry);

@@ -119,24 +119,30 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
     for (uint32_t b : state.presetOf(addedList_[i])) addProducerOf(state, b);
   candidate.size = baseSize_ + static_cast<uint32_t>(addedList_.size()) + 1;
 
-  CutMap& cut = candidate.cut;
-  cut = baseCut_.map();
-  for (uint32_t b : removed_) cut.set(state.conditionPlace[b], b | CutMap::Consumed);
+  changed_.next();
+  changedPlaces_.clear();
+  for (uint32_t b : removed_) change(state.conditionPlace[b], b | CutMap::Consumed);
   for (uint32_t g : addedList_)
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b) {
       uint32_t p = state.conditionPlace[b];
       if (!consumed_.has(b)) {
-        cut.set(p, b);
+        change(p, b);
         continue;
       }
-      uint32_t h = cut.get(p);
+      uint32_t h = entry(p);
       if (h == CutMap::None || (!CutMap::marks(h) && state.conditionDepth(h & ~CutMap::Consumed) < state.eventDepth[g]))
-        cut.set(p, b | CutMap::Consumed);
+        change(p, b | CutMap::Consumed);
     }
+  std::sort(changedPlaces_.begin(), changedPlaces_.end());
+  changes_.clear();
+  for (uint32_t p : changedPlaces_) changes_.push_back(CutMap::pair(p, newEntry_[p]));
+  CutMap& cut = candidate.cut;
+  cut = baseCut_.map();
+  cut.setMany(changes_);
 
   uint64_t sum = cut.sum();
   for (Place* p : candidate.transition->postset) {
-    if (CutMap::marks(cut.get(p->index))) {
+    if (CutMap::marks(entry(p->index))) {
       past_.walk(state, preset);
       return p;
     }

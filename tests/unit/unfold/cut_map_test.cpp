@@ -4,6 +4,7 @@
 // Maps shared between threads give every node back to the pool.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <thread>
 #include <vector>
@@ -60,7 +61,8 @@ uint32_t randomEntry(std::mt19937& random, uint32_t noneOneIn) {
 }
 
 // Lineages of maps derived from each other; `burst` changes per step let some lineages grow
-// past the array limit while others stay below it, and entries are removed as well.
+// past the array limit while others stay below it, and entries are removed as well. Every
+// other step gives its changes at once, by ascending place.
 void deriveAndCompare(uint32_t places, int steps, int burst) {
   std::mt19937 random(places * 31 + burst);
   std::vector<CutMap> maps{CutMap(places)};
@@ -69,12 +71,19 @@ void deriveAndCompare(uint32_t places, int steps, int burst) {
     size_t from = random() % maps.size();
     CutMap next = maps[from];
     Plain plain = plains[from];
+    std::vector<uint32_t> changed;
     for (int k = random() % burst; k >= 0; --k) {
       uint32_t p = random() % places;
       uint32_t b = randomEntry(random, 4);
-      next.set(p, b);
+      if (step % 2 == 0) next.set(p, b);
+      else changed.push_back(p);
       plain[p] = b;
     }
+    std::sort(changed.begin(), changed.end());
+    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+    std::vector<uint64_t> changes;
+    for (uint32_t p : changed) changes.push_back(CutMap::pair(p, plain[p]));
+    next.setMany(changes);
     if (maps.size() < 12) {
       maps.push_back(next);
       plains.push_back(plain);
