@@ -18,8 +18,15 @@ std::string dummyCycleText(const std::string& trace) {
   return "the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\n" + trace;
 }
 
+// Of two markings of one size, one holds the other only if they are equal. Cuts as trees
+// are compared by their differences, which skip what the two share.
 bool sameCandidateMarking(const Candidate& a, const Candidate& b) {
-  return a.markingSize() == b.markingSize() && sameMarking(a.cut, a.transition, b.cut, b.transition);
+  if (a.markingSize() != b.markingSize()) return false;
+  if (!a.cut.isArray()) return sameMarking(a.cut, a.transition, b.cut, b.transition);
+  bool same = true;
+  a.cut.forEach([&](uint32_t p, uint32_t) { same = same && b.marks(p); });
+  for (const Place* p : a.transition->postset) same = same && b.marks(p->index);
+  return same;
 }
 
 void printAbandoned() {
@@ -205,19 +212,18 @@ bool Unfolder::decideFromTable(uint32_t position) {
 void Unfolder::decideWithinBatch() {
   int order = state_.options.order;
   if (order < 2) return;
-  std::vector<uint32_t> open;
+  // The open events grouped by table key; a run of equal keys is split by marking, in batch order.
+  std::vector<std::pair<uint64_t, uint32_t>> keyed;
   for (uint32_t i = 0; i < batch_.size(); ++i)
-    if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
-  // Grouped by table key; a run of equal keys is split by marking, in batch order.
-  std::stable_sort(open.begin(), open.end(),
-                   [this](uint32_t i, uint32_t j) { return tableKey(*batch_[i]) < tableKey(*batch_[j]); });
+    if (decisions_[i].kind == Decision::NotCutOff) keyed.emplace_back(tableKey(*batch_[i]), i);
+  std::sort(keyed.begin(), keyed.end());
   std::vector<std::vector<uint32_t>> groups;
-  for (size_t begin = 0, end; begin < open.size(); begin = end) {
-    for (end = begin + 1; end < open.size() && tableKey(*batch_[open[end]]) == tableKey(*batch_[open[begin]]);) ++end;
+  for (size_t begin = 0, end; begin < keyed.size(); begin = end) {
+    for (end = begin + 1; end < keyed.size() && keyed[end].first == keyed[begin].first;) ++end;
     if (end - begin < 2) continue;
     size_t first = groups.size();
     for (size_t k = begin; k < end; ++k) {
-      uint32_t i = open[k];
+      uint32_t i = keyed[k].second;
       size_t g = first;
       while (g < groups.size() && !sameCandidateMarking(*batch_[groups[g][0]], *batch_[i])) ++g;
       if (g == groups.size()) groups.emplace_back();
@@ -380,12 +386,13 @@ void Unfolder::recordMarkings() {
   }
 }
 
+// The cut's places come in order; each of the few postset places is put in its place.
 void Unfolder::keepMarking(MarkingTable::Record& record, const Candidate& candidate) {
   if (candidate.markingSize() > MarkingTable::KeptPlacesLimit) return;
   markingPlaces_.clear();
   candidate.cut.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
-  for (const Place* p : candidate.transition->postset) markingPlaces_.push_back(p->index);
-  std::sort(markingPlaces_.begin(), markingPlaces_.end());
+  for (const Place* p : candidate.transition->postset)
+    markingPlaces_.insert(std::upper_bound(markingPlaces_.begin(), markingPlaces_.end(), p->index), p->index);
   table_.keep(record, markingPlaces_);
 }
 
