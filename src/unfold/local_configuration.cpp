@@ -119,26 +119,29 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
     for (uint32_t b : state.presetOf(addedList_[i])) addProducerOf(state, b);
   candidate.size = baseSize_ + static_cast<uint32_t>(addedList_.size()) + 1;
 
+  CutMap& cut = candidate.cut;
+  cut = baseCut_.map();
+  gather_ = cut.isArray();
   changed_.next();
   changedPlaces_.clear();
-  for (uint32_t b : removed_) change(state.conditionPlace[b], b | CutMap::Consumed);
+  for (uint32_t b : removed_) change(cut, state.conditionPlace[b], b | CutMap::Consumed);
   for (uint32_t g : addedList_)
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b) {
       uint32_t p = state.conditionPlace[b];
       if (!consumed_.has(b)) {
-        change(p, b);
+        change(cut, p, b);
         continue;
       }
       uint32_t h = entry(p);
       if (h == CutMap::None || (!CutMap::marks(h) && state.conditionDepth(h & ~CutMap::Consumed) < state.eventDepth[g]))
-        change(p, b | CutMap::Consumed);
+        change(cut, p, b | CutMap::Consumed);
     }
-  std::sort(changedPlaces_.begin(), changedPlaces_.end());
-  changes_.clear();
-  for (uint32_t p : changedPlaces_) changes_.push_back(CutMap::pair(p, newEntry_[p]));
-  CutMap& cut = candidate.cut;
-  cut = baseCut_.map();
-  cut.setMany(changes_);
+  if (gather_) {
+    std::sort(changedPlaces_.begin(), changedPlaces_.end());
+    changes_.clear();
+    for (uint32_t p : changedPlaces_) changes_.push_back(CutMap::pair(p, newEntry_[p]));
+    cut.setMany(changes_);
+  }
 
   uint64_t sum = cut.sum();
   for (Place* p : candidate.transition->postset) {

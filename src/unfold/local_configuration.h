@@ -105,16 +105,19 @@ class CandidateDescriber {
     uint32_t g = state.conditionProducer[b];
     if (g != NoIndex && added_.insert(g)) addedList_.push_back(g);
   }
-  // The candidate's cut as changes to the base's, gathered by place and applied at once.
-  void change(uint32_t place, uint32_t entry) {
+  // The candidate's cut as changes to the base's by place: an array takes them at once, in
+  // one copy, a tree one by one, each copying a path.
+  void change(CutMap& cut, uint32_t place, uint32_t entry) {
     if (changed_.insert(place)) changedPlaces_.push_back(place);
     newEntry_[place] = entry;
+    if (!gather_) cut.set(place, entry);
   }
   uint32_t entry(uint32_t place) const { return changed_.has(place) ? newEntry_[place] : baseCut_.entry(place); }
   PastWalker past_;
   StampSet added_, consumed_, changed_;
   CutIndex baseCut_;
   uint32_t baseSize_ = 0;
+  bool gather_ = false;
   std::vector<uint32_t> addedList_, removed_, changedPlaces_, newEntry_;
   std::vector<uint64_t> changes_;
 };
