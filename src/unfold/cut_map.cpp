@@ -156,9 +156,9 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
   copy->sparse = true;
   copy->count = static_cast<uint16_t>(newCount);
   uint64_t* p = pairs(copy);
-  std::memcpy(p, all.first, at * 8);
+  std::copy_n(all.first, at, p);
   if (entry != None) p[at] = pair(place, entry);
-  std::memcpy(p + at + (entry != None), all.first + at + found, rest * 8);
+  std::copy_n(all.first + at + found, rest, p + at + (entry != None));
   release(n, levels_);
   root_ = copy;
   return true;
@@ -189,26 +189,14 @@ uint32_t CutMap::treeSet(uint32_t place, uint32_t entry) {
 void CutMap::becomeTree() {
   Node* array = root_;
   root_ = nullptr;
-  for (uint64_t pair : pairsOf(array)) treeSet(placeOf(pair), entryOf(pair));
+  for (uint64_t at : pairsOf(array)) treeSet(placeOf(at), entryOf(at));
   release(array, levels_);
 }
 
-namespace {
-template <class Node, class Leaf, class Children>
-void collect(const Node* n, uint32_t level, uint32_t base, std::vector<uint64_t>& out, Leaf leaf, Children children) {
-  if (!n) return;
-  for (uint32_t i = 0; i < 16; ++i) {
-    uint32_t place = (base << 4) + i;
-    if (level > 0) collect(children(n)[i], level - 1, place, out, leaf, children);
-    else if (leaf(n)[i] != CutMap::None) out.push_back(uint64_t(place) << 32 | leaf(n)[i]);
-  }
-}
-}  // namespace
-
 CutMap::Pairs CutMap::expand(const Node* tree, uint32_t levels, std::vector<uint64_t>& out) {
   out.clear();
-  collect(
-      tree, levels, 0, out, [](const Node* n) { return leaf(n); }, [](const Node* n) { return children(n); });
+  auto add = [&out](uint32_t place, uint32_t entry) { out.push_back(pair(place, entry)); };
+  visitEntries(tree, levels, 0, add);
   return {out.data(), out.data() + out.size()};
 }
 

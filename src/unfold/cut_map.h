@@ -62,10 +62,19 @@ class CutMap {
   template <class F>
   void forEach(F&& f) const {
     if (root_ && root_->sparse) {
-      for (uint64_t pair : pairsOf(root_))
-        if (marks(entryOf(pair))) f(placeOf(pair), entryOf(pair));
+      for (uint64_t at : pairsOf(root_))
+        if (marks(entryOf(at))) f(placeOf(at), entryOf(at));
     } else {
       visit(root_, levels_, 0, f);
+    }
+  }
+  // f(place, entry) for every place with an entry, marked or not, by ascending place.
+  template <class F>
+  void forEachEntry(F&& f) const {
+    if (root_ && root_->sparse) {
+      for (uint64_t at : pairsOf(root_)) f(placeOf(at), entryOf(at));
+    } else {
+      visitEntries(root_, levels_, 0, f);
     }
   }
   // f(place, entry in a, entry in b) wherever the two differ; maps of the same
@@ -167,6 +176,17 @@ class CutMap {
         if (marks(leaf(n)[i])) f((base << 4) + i, leaf(n)[i]);
       } else {
         visit(children(n)[i], level - 1, (base << 4) + i, f);
+      }
+    }
+  }
+  template <class F>
+  static void visitEntries(const Node* n, uint32_t level, uint32_t base, F& f) {
+    if (!n) return;
+    for (uint32_t i = 0; i < 16; ++i) {
+      if (level == 0) {
+        if (leaf(n)[i] != None) f((base << 4) + i, leaf(n)[i]);
+      } else {
+        visitEntries(children(n)[i], level - 1, (base << 4) + i, f);
       }
     }
   }
