@@ -30,8 +30,9 @@ class MarkingTable {
     uint32_t size = 0;                // marked places
     uint32_t next = NoRecord;         // chain of the bucket
     uint32_t places = NoPlaces;       // where keep() put the marked places, if it did
+    uint32_t first = NoIndex;         // the events with the marking, by index, chained by nextEvent
+    uint32_t last = NoIndex;
     bool emptyConfiguration = false;  // the initial marking, reached by no event
-    std::vector<Event*> events;       // in insertion order, so by index
   };
 
   MarkingTable() : buckets_(BucketCount, NoRecord) {}
@@ -61,6 +62,15 @@ class MarkingTable {
     return {places_.data() + record.places, record.size};
   }
   uint32_t recordCount() const { return static_cast<uint32_t>(records_.size()); }
+  // Adds an event to a record's; events come by ascending index.
+  void addEvent(Record& record, uint32_t event) {
+    if (nextEvent_.size() <= event) nextEvent_.resize(event + event / 2 + 16, NoIndex);
+    if (record.first == NoIndex) record.first = event;
+    else nextEvent_[record.last] = event;
+    record.last = event;
+  }
+  // The event after e in its record's list, or NoIndex.
+  uint32_t nextEvent(uint32_t e) const { return e == NoIndex ? NoIndex : nextEvent_[e]; }
 
  private:
   Record& add(uint64_t hash, uint32_t size);
@@ -68,6 +78,7 @@ class MarkingTable {
   std::vector<uint32_t> buckets_;
   std::vector<Record> records_;
   std::vector<uint32_t> places_;
+  std::vector<uint32_t> nextEvent_;  // by event index: a one-way list per record
 };
 
 // Whether the marking of cut a and the postset of ta (null: none) equals that of b and tb.

@@ -110,13 +110,21 @@ bool Unfolder::fetchBatch() {
 }
 
 // Which worker found an extension depends on timing; the order of the batch must not.
-// Transition, then preset, identifies an event.
+// Transition, then preset, identifies an event. The transition and the first preset
+// condition, side by side with the candidate, mostly decide without reading it.
 void Unfolder::sortBatch() {
-  std::sort(batch_.begin(), batch_.end(), [](const Candidate* a, const Candidate* b) {
-    if (a->transition->index != b->transition->index) return a->transition->index < b->transition->index;
-    std::span<const uint32_t> x = a->preset(), y = b->preset();
+  sortKeys_.clear();
+  for (Candidate* c : batch_) {
+    std::span<const uint32_t> preset = c->preset();
+    uint32_t first = preset.empty() ? 0 : preset[0];
+    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | first, c});
+  }
+  std::sort(sortKeys_.begin(), sortKeys_.end(), [](const SortKey& a, const SortKey& b) {
+    if (a.key != b.key) return a.key < b.key;
+    std::span<const uint32_t> x = a.candidate->preset(), y = b.candidate->preset();
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
   });
+  for (size_t i = 0; i < batch_.size(); ++i) batch_[i] = sortKeys_[i].candidate;
 }
 
 // An event of a dummy that may not be a cut-off, whose marking was reached before in its
@@ -134,10 +142,8 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
     return true;
   };
   bool cycle = record.emptyConfiguration && onlyDummiesAbove(nullptr);
-  for (Event* f : record.events) {
-    if (cycle) break;
-    if (walker_.contains(f)) cycle = onlyDummiesAbove(f);
-  }
+  for (uint32_t f = record.first; f != NoIndex && !cycle; f = table_.nextEvent(f))
+    if (walker_.contains(f)) cycle = onlyDummiesAbove(state_.events[f]);
   if (!cycle) return true;
   reportError(dummyCycleText(eventTrace(state_, past, {candidate.transition})));
   return false;
@@ -153,7 +159,7 @@ bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Reco
     return true;
   }
   comparer_.ensure(state_);
-  return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.events[0]->index, candidate);
+  return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.first, candidate);
 }
 
 uint32_t Unfolder::findMarking(const Candidate& candidate, uint64_t key) {
@@ -192,17 +198,17 @@ bool Unfolder::decideFromTable(uint32_t position) {
   }
   if (state_.options.order == 0) {
     walker_.walk(state_, candidate.preset());
-    for (Event* f : record->events)
+    for (uint32_t f = record->first; f != NoIndex; f = table_.nextEvent(f))
       if (walker_.contains(f)) {
         d.kind = Decision::Earlier;
-        d.earlier = f;
+        d.earlier = state_.events[f];
         return true;
       }
     return true;
   }
-  if (!record->events.empty()) {
+  if (record->first != NoIndex) {
     d.kind = Decision::Earlier;
-    d.earlier = record->events[0];
+    d.earlier = state_.events[record->first];
   }
   return true;
 }
@@ -373,8 +379,8 @@ void Unfolder::recordMarkings() {
         const Candidate& c = *batch_[i];
         MarkingTable::Record& record = table_.insert(
             tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); });
-        if (record.events.empty()) keepMarking(record, c);
-        record.events.push_back(e);
+        if (record.first == NoIndex) keepMarking(record, c);
+        table_.addEvent(record, e->index);
         continue;
       }
       case Decision::Initial: e->correspondent.setInitialState(); break;

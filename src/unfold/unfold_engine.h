@@ -66,6 +66,11 @@ class Unfolder {
   PastWalker walker_;  // main thread's walks over candidates
   MarkingComparer comparer_;
   std::vector<uint32_t> markingPlaces_;  // scratch of keepMarking
+  struct SortKey {
+    uint64_t key;
+    Candidate* candidate;
+  };
+  std::vector<SortKey> sortKeys_;  // scratch of sortBatch
 
   std::vector<Candidate*> batch_;
   std::vector<Decision> decisions_;
