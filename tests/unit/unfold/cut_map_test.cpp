@@ -6,11 +6,14 @@
 
 #include <algorithm>
 #include <random>
+#include <sstream>
 #include <thread>
 #include <vector>
 
+#include "model/formats/g_reader.h"
 #include "unfold/cut_map.h"
 #include "unfold/node_pool.h"
+#include "unit/unfold/unfold_test_support.h"
 
 namespace nurex {
 namespace {
@@ -192,6 +195,30 @@ TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
     dropper.join();
   }
   EXPECT_EQ(node_pool::blocksInUse(), before);
+}
+
+// A whole run on two threads, over a ring whose cuts start as arrays and grow into trees:
+// candidates made on one thread and dropped on the other give every node back.
+TEST(UnfoldCutMap, AnUnfolderRunGivesBackEveryNode) {
+  const int cells = 60;
+  std::ostringstream text;
+  text << ".dummy";
+  for (int i = 0; i < cells; ++i) text << " work" << i << " pass" << i;
+  text << "\n.graph\n";
+  for (int i = 0; i < cells; ++i)
+    text << "idle" << i << " work" << i << "\nwork" << i << " busy" << i << "\nbusy" << i << " pass" << i << "\ntoken" << i
+         << " pass" << i << "\npass" << i << " idle" << i << " token" << (i + 1) % cells << "\n";
+  text << ".marking {token0";
+  for (int i = 0; i < cells; ++i) text << " idle" << i;
+  text << " }\n.end\n";
+  int64_t before = node_pool::blocksInUse();
+  for (int threads : {1, 2}) {
+    auto prefix = test::asPrefix(withoutSignals(parseStgText(text.str(), "ring.g", nullptr)));
+    UnfoldOptions options = test::optionsFor(test::Search::Closure, threads);
+    ASSERT_TRUE(unfoldNet(*prefix, options));
+    EXPECT_EQ(prefix->events.size(), uint32_t(3 * cells - 1));
+    EXPECT_EQ(node_pool::blocksInUse(), before) << threads << " threads";
+  }
 }
 
 }  // namespace
