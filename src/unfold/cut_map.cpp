@@ -100,7 +100,7 @@ void CutMap::set(uint32_t place, uint32_t entry) {
     if (old == entry) return;
     treeSet(place, entry);
   }
-  count(place, old, entry);
+  account(place, old, entry);
 }
 
 // The array and the changes merged into a new array; a tree, or an array that might grow
@@ -123,7 +123,7 @@ void CutMap::setMany(std::span<const uint64_t> changes) {
     uint32_t old = None;
     if (x != all.last && placeOf(*x) == place) old = entryOf(*x++);
     if (entryOf(change) != None) *out++ = change;
-    count(place, old, entryOf(change));
+    account(place, old, entryOf(change));
   }
   while (x != all.last) *out++ = *x++;
   merged->count = static_cast<uint16_t>(out - pairs(merged));

@@ -51,6 +51,7 @@ class CutMap {
   // Sets several entries, given as pair(place, entry) by ascending place, each place once:
   // an array is copied once for all of them.
   void setMany(std::span<const uint64_t> changes);
+  // The form of one entry in arrays and in setMany.
   static uint64_t pair(uint32_t place, uint32_t entry) { return uint64_t(place) << 32 | entry; }
   // The number of marked places.
   uint32_t size() const { return size_; }
@@ -61,12 +62,9 @@ class CutMap {
   // f(place, condition) for every marked place, by ascending place.
   template <class F>
   void forEach(F&& f) const {
-    if (root_ && root_->sparse) {
-      for (uint64_t at : pairsOf(root_))
-        if (marks(entryOf(at))) f(placeOf(at), entryOf(at));
-    } else {
-      visit(root_, levels_, 0, f);
-    }
+    forEachEntry([&f](uint32_t place, uint32_t entry) {
+      if (marks(entry)) f(place, entry);
+    });
   }
   // f(place, entry) for every place with an entry, marked or not, by ascending place.
   template <class F>
@@ -130,7 +128,8 @@ class CutMap {
   static void release(Node* n, uint32_t level);
   static uint32_t sparseGet(const Node* n, uint32_t place);
   uint32_t treeGet(uint32_t place) const;
-  void count(uint32_t place, uint32_t old, uint32_t entry) {
+  // Keeps size and sum up to date with the change of one entry.
+  void account(uint32_t place, uint32_t old, uint32_t entry) {
     if (!marks(old) && marks(entry)) {
       ++size_;
       sum_ += placeWord(place);
@@ -165,17 +164,6 @@ class CutMap {
       } else {
         if (*x != *y) f(placeOf(*x), entryOf(*x), entryOf(*y));
         ++x, ++y;
-      }
-    }
-  }
-  template <class F>
-  static void visit(const Node* n, uint32_t level, uint32_t base, F& f) {
-    if (!n) return;
-    for (uint32_t i = 0; i < 16; ++i) {
-      if (level == 0) {
-        if (marks(leaf(n)[i])) f((base << 4) + i, leaf(n)[i]);
-      } else {
-        visit(children(n)[i], level - 1, (base << 4) + i, f);
       }
     }
   }

@@ -283,14 +283,18 @@ void Unfolder::decideGroup(const std::vector<uint32_t>& members, std::vector<Con
   }
 }
 
+// The buckets of a large table are far apart: each is fetched a few candidates before it is
+// read, so that the waits overlap.
+void Unfolder::prefetchBucket(uint32_t position) const {
+  if (position < batch_.size()) table_.prefetch(tableKey(*batch_[position]));
+}
+
 bool Unfolder::decideCutOffs() {
   decisions_.assign(batch_.size(), Decision{});
   walker_.ensure(state_.events.size());
-  constexpr uint32_t Ahead = 8;
-  const uint32_t count = static_cast<uint32_t>(batch_.size());
-  for (uint32_t i = 0; i < std::min(Ahead, count); ++i) table_.prefetch(tableKey(*batch_[i]));
-  for (uint32_t i = 0; i < count; ++i) {
-    if (i + Ahead < count) table_.prefetch(tableKey(*batch_[i + Ahead]));
+  for (uint32_t i = 0; i < PrefetchAhead; ++i) prefetchBucket(i);
+  for (uint32_t i = 0; i < batch_.size(); ++i) {
+    prefetchBucket(i + PrefetchAhead);
     if (!decideFromTable(i)) return false;
   }
   decideWithinBatch();
@@ -364,14 +368,11 @@ void Unfolder::commitEvent(uint32_t i) {
   if (!cutOff) state_.batchExtended.push_back(i);
 }
 
-// The marking table learns the non-cut-offs, and cut-offs get their correspondents. The
-// buckets are far apart in a large table: each is fetched a few events ahead.
+// The marking table learns the non-cut-offs, and cut-offs get their correspondents.
 void Unfolder::recordMarkings() {
-  constexpr uint32_t Ahead = 8;
-  const uint32_t count = static_cast<uint32_t>(batch_.size());
-  for (uint32_t i = 0; i < std::min(Ahead, count); ++i) table_.prefetch(tableKey(*batch_[i]));
-  for (uint32_t i = 0; i < count; ++i) {
-    if (i + Ahead < count) table_.prefetch(tableKey(*batch_[i + Ahead]));
+  for (uint32_t i = 0; i < PrefetchAhead; ++i) prefetchBucket(i);
+  for (uint32_t i = 0; i < batch_.size(); ++i) {
+    prefetchBucket(i + PrefetchAhead);
     Event* e = state_.events[state_.batchEventsBegin + i];
     const Decision& d = decisions_[i];
     switch (d.kind) {

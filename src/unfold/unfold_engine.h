@@ -50,6 +50,8 @@ class Unfolder {
   bool runCorrespondentSearch();
   void printRunningStatistics() const;
   void dropRelation();
+  static constexpr uint32_t PrefetchAhead = 8;
+  void prefetchBucket(uint32_t position) const;
   void commit();
   void commitEvent(uint32_t position);
   void recordMarkings();
