@@ -26,7 +26,21 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
   drain(state, 0);
 }
 
+// Two arrays are cheaper to clear and write again than to merge: the loops have no branches
+// to mispredict. Trees, which are large and share most nodes, go by their differences.
 void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
+  if (held_.isArray() && cut.isArray()) {
+    held_.forEachEntry([this](uint32_t p, uint32_t) { onPlace_[p] = CutMap::None; });
+    conditions_.clear();
+    cut.forEachEntry([this](uint32_t p, uint32_t b) {
+      onPlace_[p] = b;
+      if (!CutMap::marks(b)) return;
+      position_[p] = static_cast<uint32_t>(conditions_.size());
+      conditions_.push_back(b);
+    });
+    held_ = cut;
+    return;
+  }
   CutMap::forEachDifference(held_, cut, [&](uint32_t p, uint32_t was, uint32_t is) {
     onPlace_[p] = is;
     if (CutMap::marks(was) && CutMap::marks(is)) {
@@ -92,8 +106,11 @@ bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate
 void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin,
                                  uint32_t rangeEnd) {
   baseSize_ = size;
+  changes_.clear();
+  for (uint32_t b = rangeBegin; b < rangeEnd; ++b) changes_.push_back(CutMap::pair(state.conditionPlace[b], b));
+  std::sort(changes_.begin(), changes_.end());
   CutMap base = cut;
-  for (uint32_t b = rangeBegin; b < rangeEnd; ++b) base.set(state.conditionPlace[b], b);
+  base.setMany(changes_);
   baseCut_.set(state, base);
 }
 
@@ -121,22 +138,31 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
 
   CutMap& cut = candidate.cut;
   cut = baseCut_.map();
-  for (uint32_t b : removed_) cut.set(state.conditionPlace[b], b | CutMap::Consumed);
+  gather_ = cut.isArray();
+  changed_.next();
+  changedPlaces_.clear();
+  for (uint32_t b : removed_) change(cut, state.conditionPlace[b], b | CutMap::Consumed);
   for (uint32_t g : addedList_)
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b) {
       uint32_t p = state.conditionPlace[b];
       if (!consumed_.has(b)) {
-        cut.set(p, b);
+        change(cut, p, b);
         continue;
       }
-      uint32_t h = cut.get(p);
+      uint32_t h = entry(p);
       if (h == CutMap::None || (!CutMap::marks(h) && state.conditionDepth(h & ~CutMap::Consumed) < state.eventDepth[g]))
-        cut.set(p, b | CutMap::Consumed);
+        change(cut, p, b | CutMap::Consumed);
     }
+  if (gather_) {
+    std::sort(changedPlaces_.begin(), changedPlaces_.end());
+    changes_.clear();
+    for (uint32_t p : changedPlaces_) changes_.push_back(CutMap::pair(p, newEntry_[p]));
+    cut.setMany(changes_);
+  }
 
   uint64_t sum = cut.sum();
   for (Place* p : candidate.transition->postset) {
-    if (CutMap::marks(cut.get(p->index))) {
+    if (CutMap::marks(entry(p->index))) {
       past_.walk(state, preset);
       return p;
     }

@@ -51,6 +51,8 @@ class CutIndex {
   // The conditions of the cut, in no particular order.
   const std::vector<uint32_t>& conditions() const { return conditions_; }
   bool has(const UnfoldState& state, uint32_t b) const { return onPlace_[state.conditionPlace[b]] == b; }
+  // The map's entry of the place.
+  uint32_t entry(uint32_t place) const { return onPlace_[place]; }
   // Whether b, not in the cut, may still be concurrent with it. On a place, the conditions
   // of a configuration that contains [e] follow each other, each deeper than the one before;
   // so a condition no deeper than one of [e] on its place, c in the cut or one consumed in
@@ -80,6 +82,8 @@ class CandidateDescriber {
     added_.ensure(state.events.size());
     consumed_.ensure(state.conditions.size());
     baseCut_.ensure(state);
+    changed_.ensure(state.net.places.size());
+    if (newEntry_.size() < state.net.places.size()) newEntry_.resize(state.net.places.size());
   }
   // The base: its size and its cut, given as a map and a range of condition numbers to add.
   void setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin, uint32_t rangeEnd);
@@ -101,11 +105,21 @@ class CandidateDescriber {
     uint32_t g = state.conditionProducer[b];
     if (g != NoIndex && added_.insert(g)) addedList_.push_back(g);
   }
+  // The candidate's cut as changes to the base's by place: an array takes them at once, in
+  // one copy, a tree one by one, each copying a path.
+  void change(CutMap& cut, uint32_t place, uint32_t entry) {
+    if (changed_.insert(place)) changedPlaces_.push_back(place);
+    newEntry_[place] = entry;
+    if (!gather_) cut.set(place, entry);
+  }
+  uint32_t entry(uint32_t place) const { return changed_.has(place) ? newEntry_[place] : baseCut_.entry(place); }
   PastWalker past_;
-  StampSet added_, consumed_;
+  StampSet added_, consumed_, changed_;
   CutIndex baseCut_;
   uint32_t baseSize_ = 0;
-  std::vector<uint32_t> addedList_, removed_;
+  bool gather_ = false;
+  std::vector<uint32_t> addedList_, removed_, changedPlaces_, newEntry_;
+  std::vector<uint64_t> changes_;
 };
 
 // Whether Mark([f]) of an event equals a candidate's marking, without building it: both

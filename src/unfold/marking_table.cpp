@@ -14,6 +14,12 @@ MarkingTable::Record& MarkingTable::add(uint64_t hash, uint32_t size) {
   return records_.back();
 }
 
+void MarkingTable::keep(Record& record, std::span<const uint32_t> places) {
+  if (places.size() > KeptPlacesLimit || places.size() != record.size) return;
+  record.places = static_cast<uint32_t>(places_.size());
+  places_.insert(places_.end(), places.begin(), places.end());
+}
+
 namespace {
 bool inPostset(const Transition* t, uint32_t place) {
   if (t)

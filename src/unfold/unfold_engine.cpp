@@ -18,8 +18,15 @@ std::string dummyCycleText(const std::string& trace) {
   return "the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\n" + trace;
 }
 
+// Of two markings of one size, one holds the other only if they are equal. Cuts as trees
+// are compared by their differences, which skip what the two share.
 bool sameCandidateMarking(const Candidate& a, const Candidate& b) {
-  return a.markingSize() == b.markingSize() && sameMarking(a.cut, a.transition, b.cut, b.transition);
+  if (a.markingSize() != b.markingSize()) return false;
+  if (!a.cut.isArray()) return sameMarking(a.cut, a.transition, b.cut, b.transition);
+  bool same = true;
+  a.cut.forEach([&](uint32_t p, uint32_t) { same = same && b.marks(p); });
+  for (const Place* p : a.transition->postset) same = same && b.marks(p->index);
+  return same;
 }
 
 void printAbandoned() {
@@ -74,8 +81,12 @@ bool Unfolder::start() {
       return false;
     }
   const CutMap& initial = state_.initialCut;
-  table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; })
-      .emptyConfiguration = true;
+  MarkingTable::Record& empty =
+      table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; });
+  empty.emptyConfiguration = true;
+  markingPlaces_.clear();
+  initial.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
+  table_.keep(empty, markingPlaces_);
   if (state_.options.conc_rel_size > 0) {
     state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
                                                             static_cast<uint32_t>(state_.options.conc_rel_size));
@@ -99,13 +110,21 @@ bool Unfolder::fetchBatch() {
 }
 
 // Which worker found an extension depends on timing; the order of the batch must not.
-// Transition, then preset, identifies an event.
+// Transition, then preset, identifies an event. The transition and the first preset
+// condition, side by side with the candidate, mostly decide without reading it.
 void Unfolder::sortBatch() {
-  std::sort(batch_.begin(), batch_.end(), [](const Candidate* a, const Candidate* b) {
-    if (a->transition->index != b->transition->index) return a->transition->index < b->transition->index;
-    std::span<const uint32_t> x = a->preset(), y = b->preset();
+  sortKeys_.clear();
+  for (Candidate* c : batch_) {
+    std::span<const uint32_t> preset = c->preset();
+    uint32_t first = preset.empty() ? 0 : preset[0];
+    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | first, c});
+  }
+  std::sort(sortKeys_.begin(), sortKeys_.end(), [](const SortKey& a, const SortKey& b) {
+    if (a.key != b.key) return a.key < b.key;
+    std::span<const uint32_t> x = a.candidate->preset(), y = b.candidate->preset();
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
   });
+  for (size_t i = 0; i < batch_.size(); ++i) batch_[i] = sortKeys_[i].candidate;
 }
 
 // An event of a dummy that may not be a cut-off, whose marking was reached before in its
@@ -123,20 +142,24 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
     return true;
   };
   bool cycle = record.emptyConfiguration && onlyDummiesAbove(nullptr);
-  for (Event* f : record.events) {
-    if (cycle) break;
-    if (walker_.contains(f)) cycle = onlyDummiesAbove(f);
-  }
+  for (uint32_t f = record.first; f != NoIndex && !cycle; f = table_.nextEvent(f))
+    if (walker_.contains(f)) cycle = onlyDummiesAbove(state_.events[f]);
   if (!cycle) return true;
   reportError(dummyCycleText(eventTrace(state_, past, {candidate.transition})));
   return false;
 }
 
-// The record's marking is that of its first event; comparing costs a walk of its local
-// configuration, about once per cut-off.
+// Hash and size agree, so the markings are equal when the candidate marks every place of
+// the record's. Without kept places the record's marking is that of its first event, and
+// comparing costs a walk of its local configuration.
 bool Unfolder::sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record) {
+  if (record.places != MarkingTable::NoPlaces) {
+    for (uint32_t p : table_.keptPlaces(record))
+      if (!candidate.marks(p)) return false;
+    return true;
+  }
   comparer_.ensure(state_);
-  return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.events[0]->index, candidate);
+  return comparer_.same(state_, record.emptyConfiguration ? NoIndex : record.first, candidate);
 }
 
 uint32_t Unfolder::findMarking(const Candidate& candidate, uint64_t key) {
@@ -175,17 +198,17 @@ bool Unfolder::decideFromTable(uint32_t position) {
   }
   if (state_.options.order == 0) {
     walker_.walk(state_, candidate.preset());
-    for (Event* f : record->events)
+    for (uint32_t f = record->first; f != NoIndex; f = table_.nextEvent(f))
       if (walker_.contains(f)) {
         d.kind = Decision::Earlier;
-        d.earlier = f;
+        d.earlier = state_.events[f];
         return true;
       }
     return true;
   }
-  if (!record->events.empty()) {
+  if (record->first != NoIndex) {
     d.kind = Decision::Earlier;
-    d.earlier = record->events[0];
+    d.earlier = state_.events[record->first];
   }
   return true;
 }
@@ -195,19 +218,18 @@ bool Unfolder::decideFromTable(uint32_t position) {
 void Unfolder::decideWithinBatch() {
   int order = state_.options.order;
   if (order < 2) return;
-  std::vector<uint32_t> open;
+  // The open events grouped by table key; a run of equal keys is split by marking, in batch order.
+  std::vector<std::pair<uint64_t, uint32_t>> keyed;
   for (uint32_t i = 0; i < batch_.size(); ++i)
-    if (decisions_[i].kind == Decision::NotCutOff) open.push_back(i);
-  // Grouped by table key; a run of equal keys is split by marking, in batch order.
-  std::stable_sort(open.begin(), open.end(),
-                   [this](uint32_t i, uint32_t j) { return tableKey(*batch_[i]) < tableKey(*batch_[j]); });
+    if (decisions_[i].kind == Decision::NotCutOff) keyed.emplace_back(tableKey(*batch_[i]), i);
+  std::sort(keyed.begin(), keyed.end());
   std::vector<std::vector<uint32_t>> groups;
-  for (size_t begin = 0, end; begin < open.size(); begin = end) {
-    for (end = begin + 1; end < open.size() && tableKey(*batch_[open[end]]) == tableKey(*batch_[open[begin]]);) ++end;
+  for (size_t begin = 0, end; begin < keyed.size(); begin = end) {
+    for (end = begin + 1; end < keyed.size() && keyed[end].first == keyed[begin].first;) ++end;
     if (end - begin < 2) continue;
     size_t first = groups.size();
     for (size_t k = begin; k < end; ++k) {
-      uint32_t i = open[k];
+      uint32_t i = keyed[k].second;
       size_t g = first;
       while (g < groups.size() && !sameCandidateMarking(*batch_[groups[g][0]], *batch_[i])) ++g;
       if (g == groups.size()) groups.emplace_back();
@@ -261,11 +283,20 @@ void Unfolder::decideGroup(const std::vector<uint32_t>& members, std::vector<Con
   }
 }
 
+// The buckets of a large table are far apart: each is fetched a few candidates before it is
+// read, so that the waits overlap.
+void Unfolder::prefetchBucket(uint32_t position) const {
+  if (position < batch_.size()) table_.prefetch(tableKey(*batch_[position]));
+}
+
 bool Unfolder::decideCutOffs() {
   decisions_.assign(batch_.size(), Decision{});
   walker_.ensure(state_.events.size());
-  for (uint32_t i = 0; i < batch_.size(); ++i)
+  for (uint32_t i = 0; i < PrefetchAhead; ++i) prefetchBucket(i);
+  for (uint32_t i = 0; i < batch_.size(); ++i) {
+    prefetchBucket(i + PrefetchAhead);
     if (!decideFromTable(i)) return false;
+  }
   decideWithinBatch();
   return true;
 }
@@ -293,49 +324,64 @@ void Unfolder::commit() {
   state_.batchConditionsBegin = state_.conditions.size();
   state_.batch = &batch_;
   state_.batchExtended.clear();
-  for (uint32_t i = 0; i < batch_.size(); ++i) {
-    const Candidate* candidate = batch_[i];
-    auto* e = new Event;
-    e->transition = candidate->transition;
-    state_.events.add(e);
-    for (uint32_t b : candidate->preset()) {
-      Condition* c = state_.conditions[b];
-      e->preset.push_back(c);
-      c->postset.push_back(e);
-      state_.presetConditions.push_back(b);
-      if (c->producer) state_.producers.push_back(c->producer->index);
-    }
-    // Distinct producers: a producer's postset conditions are numbered together.
-    auto first = state_.producers.begin() + state_.producerBegin.back();
-    std::sort(first, state_.producers.end());
-    state_.producers.erase(std::unique(first, state_.producers.end()), state_.producers.end());
-    state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
-    state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
-    state_.eventDepth.push_back(candidate->depth);
-    sizeSum_ += candidate->size;
-    state_.eventTransition.push_back(candidate->transition->index);
-    bool cutOff = decisions_[i].kind != Decision::NotCutOff;
-    for (Place* p : candidate->transition->postset) {
-      auto* c = new Condition;
-      c->producer = e;
-      c->place = p;
-      state_.conditions.add(c);
-      state_.conditionPlace.push_back(p->index);
-      state_.conditionProducer.push_back(e->index);
-      if (!cutOff) state_.placeConditions[p->index].push_back(c);
-      e->postset.push_back(c);
-    }
-    state_.postsetBegin.push_back(state_.conditions.size());
-    if (!cutOff) state_.batchExtended.push_back(i);
+  for (uint32_t i = 0; i < batch_.size(); ++i) commitEvent(i);
+  recordMarkings();
+}
+
+// The conditions of a batch lie all over the prefix; fetching those of the event after next
+// hides the wait for them.
+void Unfolder::commitEvent(uint32_t i) {
+  if (i + 2 < batch_.size())
+    for (uint32_t b : batch_[i + 2]->preset()) __builtin_prefetch(state_.conditions[b]);
+  const Candidate* candidate = batch_[i];
+  auto* e = new Event;
+  e->transition = candidate->transition;
+  state_.events.add(e);
+  for (uint32_t b : candidate->preset()) {
+    Condition* c = state_.conditions[b];
+    e->preset.push_back(c);
+    c->postset.push_back(e);
+    state_.presetConditions.push_back(b);
+    if (uint32_t g = state_.conditionProducer[b]; g != NoIndex) state_.producers.push_back(g);
   }
+  // Distinct producers: a producer's postset conditions are numbered together.
+  auto first = state_.producers.begin() + state_.producerBegin.back();
+  std::sort(first, state_.producers.end());
+  state_.producers.erase(std::unique(first, state_.producers.end()), state_.producers.end());
+  state_.producerBegin.push_back(static_cast<uint32_t>(state_.producers.size()));
+  state_.presetBegin.push_back(static_cast<uint32_t>(state_.presetConditions.size()));
+  state_.eventDepth.push_back(candidate->depth);
+  sizeSum_ += candidate->size;
+  state_.eventTransition.push_back(candidate->transition->index);
+  bool cutOff = decisions_[i].kind != Decision::NotCutOff;
+  for (Place* p : candidate->transition->postset) {
+    auto* c = new Condition;
+    c->producer = e;
+    c->place = p;
+    state_.conditions.add(c);
+    state_.conditionPlace.push_back(p->index);
+    state_.conditionProducer.push_back(e->index);
+    if (!cutOff) state_.placeConditions[p->index].push_back(c);
+    e->postset.push_back(c);
+  }
+  state_.postsetBegin.push_back(state_.conditions.size());
+  if (!cutOff) state_.batchExtended.push_back(i);
+}
+
+// The marking table learns the non-cut-offs, and cut-offs get their correspondents.
+void Unfolder::recordMarkings() {
+  for (uint32_t i = 0; i < PrefetchAhead; ++i) prefetchBucket(i);
   for (uint32_t i = 0; i < batch_.size(); ++i) {
+    prefetchBucket(i + PrefetchAhead);
     Event* e = state_.events[state_.batchEventsBegin + i];
     const Decision& d = decisions_[i];
     switch (d.kind) {
       case Decision::NotCutOff: {
         const Candidate& c = *batch_[i];
-        table_.insert(tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); })
-            .events.push_back(e);
+        MarkingTable::Record& record = table_.insert(
+            tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); });
+        if (record.first == NoIndex) keepMarking(record, c);
+        table_.addEvent(record, e->index);
         continue;
       }
       case Decision::Initial: e->correspondent.setInitialState(); break;
@@ -345,6 +391,16 @@ void Unfolder::commit() {
     }
     ++cutOffCount_;
   }
+}
+
+// The cut's places come in order; each of the few postset places is put in its place.
+void Unfolder::keepMarking(MarkingTable::Record& record, const Candidate& candidate) {
+  if (candidate.markingSize() > MarkingTable::KeptPlacesLimit) return;
+  markingPlaces_.clear();
+  candidate.cut.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
+  for (const Place* p : candidate.transition->postset)
+    markingPlaces_.insert(std::upper_bound(markingPlaces_.begin(), markingPlaces_.end(), p->index), p->index);
+  table_.keep(record, markingPlaces_);
 }
 
 bool Unfolder::reportWorkerError() {

@@ -42,6 +42,7 @@ class Unfolder {
   void decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries);
   bool sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record);
   uint32_t findMarking(const Candidate& candidate, uint64_t key);
+  void keepMarking(MarkingTable::Record& record, const Candidate& candidate);
   // The candidate's key in the marking table: the hash of its marking, set apart for events
   // that end with a dummy occurrence still pending (see unfold_engine.cpp).
   uint64_t tableKey(const Candidate& candidate) const;
@@ -49,7 +50,11 @@ class Unfolder {
   bool runCorrespondentSearch();
   void printRunningStatistics() const;
   void dropRelation();
+  static constexpr uint32_t PrefetchAhead = 8;
+  void prefetchBucket(uint32_t position) const;
   void commit();
+  void commitEvent(uint32_t position);
+  void recordMarkings();
   bool extendBatch();
   bool reportWorkerError();
   void finish();
@@ -62,6 +67,12 @@ class Unfolder {
   std::unique_ptr<CorrespondentSearch> correspondents_;
   PastWalker walker_;  // main thread's walks over candidates
   MarkingComparer comparer_;
+  std::vector<uint32_t> markingPlaces_;  // scratch of keepMarking
+  struct SortKey {
+    uint64_t key;
+    Candidate* candidate;
+  };
+  std::vector<SortKey> sortKeys_;  // scratch of sortBatch
 
   std::vector<Candidate*> batch_;
   std::vector<Decision> decisions_;

@@ -136,6 +136,13 @@ bool writePrefix(Prefix<Net>& prefix, const std::string& output) {
   return savePrefix(prefix, output);
 }
 
+// Left to the end of the process, which takes the memory back at once: destroying the
+// prefix node by node costs about as long as writing it.
+LoadedUnit& unitKeptToTheEnd() {
+  static LoadedUnit* unit = new LoadedUnit;
+  return *unit;
+}
+
 int runUnfold(int argc, char** argv) {
   installOutOfMemoryHandler();
   UnfoldCommand command;
@@ -145,7 +152,7 @@ int runUnfold(int argc, char** argv) {
     verbosity = command.verbosity;
     command.options.print_time = command.options.print_statistics = verbosity >= 1;
     printTo(stdout, "\nfile: %s", command.input.c_str());
-    LoadedUnit unit;
+    LoadedUnit& unit = unitKeptToTheEnd();
     if (!endsWith(command.input, ".g")) {
       reportError("unexpected file extension of " + command.input + ": a .g file is expected");
     } else if (!knownOutputName(command.output)) {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "model/formats/format_common.h"
@@ -20,8 +19,8 @@ bool isDigits(std::string_view text) {
 }
 
 // The text after a '#' is a comment; tokens are separated by blanks.
-std::vector<std::string_view> tokensOf(std::string_view line) {
-  std::vector<std::string_view> tokens;
+void tokensOf(std::string_view line, std::vector<std::string_view>& tokens) {
+  tokens.clear();
   size_t at = 0;
   while (at < line.size()) {
     while (at < line.size() && isSpace(line[at])) ++at;
@@ -29,8 +28,49 @@ std::vector<std::string_view> tokensOf(std::string_view line) {
     while (at < line.size() && !isSpace(line[at])) ++at;
     if (at > start) tokens.push_back(line.substr(start, at - start));
   }
-  return tokens;
 }
+
+bool blank(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), isSpace);
+}
+
+// Names are looked up as views into the text, without making a string for each look-up.
+struct NameHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
+};
+template <class T>
+using NameMap = std::unordered_map<std::string, T, NameHash, std::equal_to<>>;
+
+// The arcs read so far, as keys that are never all ones: open addressing, linear probing.
+class ArcSet {
+ public:
+  // Whether the key was new.
+  bool insert(uint64_t key) {
+    if (2 * (count_ + 1) > slots_.size()) grow();
+    for (size_t i = slotOf(key);; i = (i + 1) & (slots_.size() - 1)) {
+      if (slots_[i] == key) return false;
+      if (slots_[i] == Empty) {
+        slots_[i] = key;
+        ++count_;
+        return true;
+      }
+    }
+  }
+
+ private:
+  static constexpr uint64_t Empty = ~uint64_t(0);
+  size_t slotOf(uint64_t key) const { return (key * 0x9E3779B97F4A7C15ull >> 20) & (slots_.size() - 1); }
+  void grow() {
+    std::vector<uint64_t> old(std::max<size_t>(64, 2 * slots_.size()), Empty);
+    old.swap(slots_);
+    count_ = 0;
+    for (uint64_t key : old)
+      if (key != Empty) insert(key);
+  }
+  std::vector<uint64_t> slots_;
+  size_t count_ = 0;
+};
 
 class GParser {
  public:
@@ -65,7 +105,8 @@ class GParser {
 
   bool parseLine(std::string_view line) {
     if (markingOpen_) return parseMarking(line);
-    std::vector<std::string_view> tokens = tokensOf(line);
+    tokensOf(line, tokens_);
+    const std::vector<std::string_view>& tokens = tokens_;
     if (tokens.empty()) return true;
     if (tokens[0][0] == '.') return parseKeyword(tokens, line);
     if (!inGraph_) return fail("unexpected \"" + std::string(tokens[0]) + "\" before .graph");
@@ -112,7 +153,7 @@ class GParser {
 
   // A declared dummy, or a declared signal with "+", "-" or "~"; either with "/number".
   Transition* transitionNamed(std::string_view token) {
-    auto known = transitions_.find(std::string(token));
+    auto known = transitions_.find(token);
     if (known != transitions_.end()) return known->second;
     std::string_view base = token;
     size_t slash = base.rfind('/');
@@ -137,23 +178,23 @@ class GParser {
   }
 
   Signal* findSignal(std::string_view name) const {
-    auto found = signals_.find(std::string(name));
+    auto found = signals_.find(name);
     return found == signals_.end() ? nullptr : found->second;
   }
 
-  Place* placeNamed(const std::string& name) {
+  Place* placeNamed(std::string_view name) {
     auto found = places_.find(name);
     if (found != places_.end()) return found->second;
     Place* p = stg_->places.add(new Place);
     p->name = name;
-    places_.emplace(name, p);
+    places_.emplace(p->name, p);
     return p;
   }
 
   // Each node once: transitions, else places, in order of first appearance.
   void node(std::string_view token, Transition*& t, Place*& p) {
     t = transitionNamed(token);
-    p = t ? nullptr : placeNamed(std::string(token));
+    p = t ? nullptr : placeNamed(token);
   }
 
   bool parseArcs(const std::vector<std::string_view>& tokens) {
@@ -200,10 +241,10 @@ class GParser {
 
   // Arcs between a place and a transition are made once; a repeated one adds nothing.
   void link(Transition* t, Place* p) {
-    if (arcs_.insert(key(p, t, false)).second) addTransitionArc(t, p);
+    if (arcs_.insert(key(p, t, false))) addTransitionArc(t, p);
   }
   void link(Place* p, Transition* t) {
-    if (arcs_.insert(key(p, t, true)).second) addPlaceArc(p, t);
+    if (arcs_.insert(key(p, t, true))) addPlaceArc(p, t);
   }
   static uint64_t key(const Place* p, const Transition* t, bool placeToTransition) {
     return uint64_t(p->index) << 33 | uint64_t(t->index) << 1 | (placeToTransition ? 1 : 0);
@@ -227,7 +268,7 @@ class GParser {
       if (at == text.size()) return true;
       if (text[at] == '}') {
         markingOpen_ = false;
-        return tokensOf(text.substr(at + 1)).empty() || fail("unexpected text after the marking");
+        return blank(text.substr(at + 1)) || fail("unexpected text after the marking");
       }
       std::string name;
       if (text[at] == '<') {
@@ -264,12 +305,13 @@ class GParser {
   std::unique_ptr<Stg> stg_;
   unsigned long line_ = 0;
   bool inGraph_ = false, markingOpen_ = false, expectBrace_ = false, ended_ = false;
-  std::unordered_map<std::string, Signal*> signals_;
-  std::unordered_map<std::string, Transition*> transitions_;
-  std::unordered_map<std::string, Place*> places_;
-  std::unordered_map<std::string, std::vector<Place*>> implicit_;  // by "<t,u>", in order of arcs
-  std::unordered_map<std::string, size_t> markedImplicit_;         // mentions in the marking
-  std::unordered_set<uint64_t> arcs_;
+  NameMap<Signal*> signals_;
+  NameMap<Transition*> transitions_;
+  NameMap<Place*> places_;
+  NameMap<std::vector<Place*>> implicit_;  // by "<t,u>", in order of arcs
+  NameMap<size_t> markedImplicit_;         // mentions in the marking
+  ArcSet arcs_;
+  std::vector<std::string_view> tokens_;  // of the current line
 };
 
 }  // namespace

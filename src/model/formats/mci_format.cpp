@@ -189,9 +189,29 @@ std::unique_ptr<Prefix<Net>> readMciFile(const std::string& fileName) {
   return prefix;
 }
 
-void appendWord(std::string& out, uint32_t w) {
-  char b[4] = {char(w & 0xFF), char(w >> 8 & 0xFF), char(w >> 16 & 0xFF), char(w >> 24 & 0xFF)};
-  out.append(b, 4);
+// Little-endian words into a buffer sized beforehand: a prefix has hundreds of thousands.
+class WordBuffer {
+ public:
+  explicit WordBuffer(std::string& out, size_t words) : out_(out), at_(out.size()) { out.resize(at_ + 4 * words); }
+  void put(uint32_t w) {
+    unsigned char b[4] = {static_cast<unsigned char>(w), static_cast<unsigned char>(w >> 8),
+                          static_cast<unsigned char>(w >> 16), static_cast<unsigned char>(w >> 24)};
+    std::memcpy(&out_[at_], b, 4);
+    at_ += 4;
+  }
+
+ private:
+  std::string& out_;
+  size_t at_;
+};
+
+// The words from the node counts to the end of the reserved table.
+template <class Net>
+size_t nodeWordCount(const Prefix<Net>& prefix) {
+  size_t words = 2 + prefix.events.size() + 2;
+  for (const Condition* c : prefix.conditions) words += 3 + c->postset.size();
+  for (const Event* e : prefix.events) words += e->correspondent.isCutOff() ? 2 : 0;
+  return words;
 }
 
 }  // namespace
@@ -216,29 +236,31 @@ template <class Net>
 bool writePrefixMci(const Prefix<Net>& prefix, std::ostream& stream) {
   reportWarning(legacyFormatDeprecated("*.mci"));
   std::string out;
-  appendWord(out, prefix.conditions.size());
-  appendWord(out, prefix.events.size());
-  for (const Event* e : prefix.events) appendWord(out, e->transition->index + 1);
+  WordBuffer nodes(out, nodeWordCount(prefix));
+  nodes.put(prefix.conditions.size());
+  nodes.put(prefix.events.size());
+  for (const Event* e : prefix.events) nodes.put(e->transition->index + 1);
   for (const Condition* c : prefix.conditions) {
-    appendWord(out, c->place->index + 1);
-    appendWord(out, c->producer ? c->producer->index + 1 : 0);
-    for (const Event* e : c->postset) appendWord(out, e->index + 1);
-    appendWord(out, 0);
+    nodes.put(c->place->index + 1);
+    nodes.put(c->producer ? c->producer->index + 1 : 0);
+    for (const Event* e : c->postset) nodes.put(e->index + 1);
+    nodes.put(0);
   }
   for (const Event* e : prefix.events) {
     const CutOffLink& link = e->correspondent;
     if (!link.isCutOff()) continue;
-    appendWord(out, e->index + 1);
-    appendWord(out, link.isInitialState() ? 0 : link.isEvent() ? link.event()->index + 1 : AllBits);
+    nodes.put(e->index + 1);
+    nodes.put(link.isInitialState() ? 0 : link.isEvent() ? link.event()->index + 1 : AllBits);
   }
-  appendWord(out, 0);  // end of the cut-off table
-  appendWord(out, 0);  // the empty reserved table
-  appendWord(out, prefix.places.size());
-  appendWord(out, prefix.transitions.size());
+  nodes.put(0);  // end of the cut-off table
+  nodes.put(0);  // the empty reserved table
   size_t longest = 0;
   for (const Place* p : prefix.places) longest = std::max(longest, p->name.size());
   for (const Transition* t : prefix.transitions) longest = std::max(longest, t->name.size());
-  appendWord(out, static_cast<uint32_t>(longest));
+  WordBuffer names(out, 3);
+  names.put(prefix.places.size());
+  names.put(prefix.transitions.size());
+  names.put(static_cast<uint32_t>(longest));
   for (const Place* p : prefix.places) out.append(p->name.c_str(), p->name.size() + 1);
   out.push_back('\0');
   for (const Transition* t : prefix.transitions) out.append(t->name.c_str(), t->name.size() + 1);

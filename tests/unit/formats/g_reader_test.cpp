@@ -88,6 +88,35 @@ TEST(GReader, RepeatedArcBetweenTransitionsIsAParallelPlace) {
   EXPECT_EQ(stg->places[3]->preset.size(), 1u);
 }
 
+// Enough arcs that the set of arcs seen grows several times; every repetition, in either
+// direction and on any later line, is dropped.
+TEST(GReader, RepeatedArcsAmongManyNodesAreKeptOnce) {
+  const int n = 300;
+  std::ostringstream text;
+  text << ".dummy";
+  for (int i = 0; i < n; ++i) text << " t" << i;
+  text << "\n.graph\n";
+  for (int round = 0; round < 2; ++round)
+    for (int i = 0; i < n; ++i) {
+      text << "p" << i << " t" << i << " t" << (i + 1) % n << " t" << i << "\n";
+      text << "t" << i << " q" << i << " q" << i << "\n";
+    }
+  std::string diagnostics;
+  auto stg = parse(text.str(), diagnostics);
+  ASSERT_TRUE(stg) << diagnostics;
+  ASSERT_EQ(stg->transitions.size(), uint32_t(n));
+  ASSERT_EQ(stg->places.size(), uint32_t(2 * n));
+  for (const Transition* t : stg->transitions) {
+    EXPECT_EQ(t->preset.size(), 2u) << t->name;
+    EXPECT_EQ(t->postset.size(), 1u) << t->name;
+  }
+  for (const Place* p : stg->places) {
+    bool input = p->name[0] == 'p';
+    EXPECT_EQ(p->postset.size(), input ? 2u : 0u) << p->name;
+    EXPECT_EQ(p->preset.size(), input ? 0u : 1u) << p->name;
+  }
+}
+
 TEST(GReader, ErrorsNameFileLineAndFault) {
   struct Case {
     std::string text, error;

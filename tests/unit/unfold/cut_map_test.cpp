@@ -1,11 +1,19 @@
 // Persistent cut maps against plain arrays: changes to one copy never show in another, and
-// differences, sizes and hash sums of the marked places agree with a direct computation.
+// differences, sizes and hash sums of the marked places agree with a direct computation,
+// for maps small enough to be arrays, large enough to be trees, and pairs of the two.
+// Maps shared between threads give every node back to the pool.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <sstream>
+#include <thread>
 #include <vector>
 
+#include "model/formats/g_reader.h"
 #include "unfold/cut_map.h"
+#include "unfold/node_pool.h"
+#include "unit/unfold/unfold_test_support.h"
 
 namespace nurex {
 namespace {
@@ -34,42 +42,182 @@ void expectSame(const CutMap& map, const Plain& plain) {
   EXPECT_EQ(listed, marked);
 }
 
+void expectDifferences(const CutMap& a, const Plain& x, const CutMap& b, const Plain& y) {
+  Plain seen(x.size(), 0);
+  uint32_t last = 0;
+  bool first = true;
+  CutMap::forEachDifference(a, b, [&](uint32_t p, uint32_t u, uint32_t v) {
+    EXPECT_EQ(u, x[p]);
+    EXPECT_EQ(v, y[p]);
+    EXPECT_TRUE(first || p > last) << "places out of order";
+    first = false;
+    last = p;
+    seen[p] = 1;
+  });
+  for (uint32_t p = 0; p < x.size(); ++p) EXPECT_EQ(seen[p] == 1, x[p] != y[p]) << p;
+}
+
+uint32_t randomEntry(std::mt19937& random, uint32_t noneOneIn) {
+  if (random() % noneOneIn == 0) return CutMap::None;
+  uint32_t b = static_cast<uint32_t>(random() % 1000);
+  return random() % 3 == 0 ? b | CutMap::Consumed : b;
+}
+
+// Lineages of maps derived from each other; `burst` changes per step let some lineages grow
+// past the array limit while others stay below it, and entries are removed as well. Every
+// other step gives its changes at once, by ascending place.
+void deriveAndCompare(uint32_t places, int steps, int burst) {
+  std::mt19937 random(places * 31 + burst);
+  std::vector<CutMap> maps{CutMap(places)};
+  std::vector<Plain> plains{Plain(places, CutMap::None)};
+  for (int step = 0; step < steps; ++step) {
+    size_t from = random() % maps.size();
+    CutMap next = maps[from];
+    Plain plain = plains[from];
+    std::vector<uint32_t> changed;
+    for (int k = random() % burst; k >= 0; --k) {
+      uint32_t p = random() % places;
+      uint32_t b = randomEntry(random, 4);
+      if (step % 2 == 0) next.set(p, b);
+      else changed.push_back(p);
+      plain[p] = b;
+    }
+    std::sort(changed.begin(), changed.end());
+    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+    std::vector<uint64_t> changes;
+    for (uint32_t p : changed) changes.push_back(CutMap::pair(p, plain[p]));
+    next.setMany(changes);
+    if (maps.size() < 12) {
+      maps.push_back(next);
+      plains.push_back(plain);
+    } else {
+      maps[from] = next;
+      plains[from] = plain;
+    }
+  }
+  for (size_t i = 0; i < maps.size(); ++i) expectSame(maps[i], plains[i]);
+  for (size_t i = 0; i < maps.size(); ++i)
+    for (size_t j = 0; j < maps.size(); ++j) expectDifferences(maps[i], plains[i], maps[j], plains[j]);
+}
+
 TEST(UnfoldCutMap, CopiesAreIndependentAndDifferencesExact) {
-  for (uint32_t places : {1u, 16u, 17u, 300u, 5000u}) {
-    SCOPED_TRACE("places " + std::to_string(places));
+  int64_t before = node_pool::blocksInUse();
+  for (uint32_t places : {1u, 16u, 17u, 300u, 5000u})
+    for (int burst : {4, 40}) {
+      SCOPED_TRACE("places " + std::to_string(places) + " burst " + std::to_string(burst));
+      deriveAndCompare(places, 400, burst);
+    }
+  EXPECT_EQ(node_pool::blocksInUse(), before);
+}
+
+// Growing one map entry by entry passes the array limit; each copy taken on the way must
+// keep its own contents, and a tree must compare with an array by entries alone.
+TEST(UnfoldCutMap, GrowingPastTheArrayLimit) {
+  const uint32_t places = 600;
+  CutMap map(places);
+  Plain plain(places, CutMap::None);
+  std::vector<CutMap> copies;
+  std::vector<Plain> plainCopies;
+  for (uint32_t k = 0; k < 2 * CutMap::SparseLimit + 10; ++k) {
+    uint32_t p = (k * 7919) % places;
+    map.set(p, k);
+    plain[p] = k;
+    if (k % 37 == 0 || k + 1 == CutMap::SparseLimit || k == CutMap::SparseLimit) {
+      copies.push_back(map);
+      plainCopies.push_back(plain);
+    }
+  }
+  expectSame(map, plain);
+  for (size_t i = 0; i < copies.size(); ++i) {
+    expectSame(copies[i], plainCopies[i]);
+    expectDifferences(copies[i], plainCopies[i], map, plain);
+    expectDifferences(map, plain, copies[i], plainCopies[i]);
+  }
+  // Shrinking a tree below the limit keeps it a tree; it still compares with arrays.
+  for (uint32_t k = 0; k < 2 * CutMap::SparseLimit; ++k) {
+    uint32_t p = (k * 7919) % places;
+    map.set(p, CutMap::None);
+    plain[p] = CutMap::None;
+  }
+  expectSame(map, plain);
+  for (size_t i = 0; i < copies.size(); ++i) expectDifferences(map, plain, copies[i], plainCopies[i]);
+}
+
+// Two threads derive maps from shared ones and drop them in either thread, so nodes made
+// on one thread are given back on the other; contents stay exact and no node is lost.
+TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
+  int64_t before = node_pool::blocksInUse();
+  for (uint32_t places : {40u, 3000u}) {
+    std::vector<CutMap> shared;
+    std::vector<Plain> plains;
     std::mt19937 random(places);
-    std::vector<CutMap> maps{CutMap(places)};
-    std::vector<Plain> plains{Plain(places, CutMap::None)};
-    for (int step = 0; step < 400; ++step) {
-      size_t from = random() % maps.size();
-      CutMap next = maps[from];
-      Plain plain = plains[from];
-      for (int k = random() % 4; k >= 0; --k) {
-        uint32_t p = random() % places;
-        uint32_t b = random() % 3 == 0 ? CutMap::None : static_cast<uint32_t>(random() % 1000);
-        if (b != CutMap::None && random() % 3 == 0) b |= CutMap::Consumed;
-        next.set(p, b);
+    for (int i = 0; i < 8; ++i) {
+      CutMap map(places);
+      Plain plain(places, CutMap::None);
+      for (uint32_t k = 0; k < (i + 1) * places / 10; ++k) {
+        uint32_t p = random() % places, b = randomEntry(random, 8);
+        map.set(p, b);
         plain[p] = b;
       }
-      if (maps.size() < 12) {
-        maps.push_back(next);
-        plains.push_back(plain);
-      } else {
-        maps[from] = next;
-        plains[from] = plain;
-      }
+      shared.push_back(map);
+      plains.push_back(plain);
     }
-    for (size_t i = 0; i < maps.size(); ++i) expectSame(maps[i], plains[i]);
-    for (size_t i = 0; i < maps.size(); ++i)
-      for (size_t j = 0; j < maps.size(); ++j) {
-        Plain seen(places, 0);
-        CutMap::forEachDifference(maps[i], maps[j], [&](uint32_t p, uint32_t x, uint32_t y) {
-          EXPECT_EQ(x, plains[i][p]);
-          EXPECT_EQ(y, plains[j][p]);
-          seen[p] = 1;
-        });
-        for (uint32_t p = 0; p < places; ++p) EXPECT_EQ(seen[p] == 1, plains[i][p] != plains[j][p]) << p;
+    std::vector<std::vector<CutMap>> made(2);
+    std::vector<std::vector<Plain>> madePlain(2);
+    auto work = [&](int t) {
+      std::mt19937 r(places + t);
+      for (int step = 0; step < 3000; ++step) {
+        size_t from = r() % shared.size();
+        CutMap next = shared[from];
+        Plain plain = plains[from];
+        for (int k = r() % 6; k >= 0; --k) {
+          uint32_t p = r() % places, b = randomEntry(r, 5);
+          next.set(p, b);
+          plain[p] = b;
+        }
+        made[t].push_back(std::move(next));
+        madePlain[t].push_back(std::move(plain));
+        if (made[t].size() > 64) {
+          size_t drop = r() % made[t].size();
+          made[t].erase(made[t].begin() + drop);
+          madePlain[t].erase(madePlain[t].begin() + drop);
+        }
       }
+    };
+    std::thread other(work, 1);
+    work(0);
+    other.join();
+    for (int t = 0; t < 2; ++t)
+      for (size_t i = 0; i < made[t].size(); ++i) expectSame(made[t][i], madePlain[t][i]);
+    // The maps that thread 1 made are dropped here, and those of thread 0 on a new thread.
+    made[1].clear();
+    std::thread dropper([&] { made[0].clear(); });
+    dropper.join();
+  }
+  EXPECT_EQ(node_pool::blocksInUse(), before);
+}
+
+// A whole run on two threads, over a ring whose cuts start as arrays and grow into trees:
+// candidates made on one thread and dropped on the other give every node back.
+TEST(UnfoldCutMap, AnUnfolderRunGivesBackEveryNode) {
+  const int cells = 60;
+  std::ostringstream text;
+  text << ".dummy";
+  for (int i = 0; i < cells; ++i) text << " work" << i << " pass" << i;
+  text << "\n.graph\n";
+  for (int i = 0; i < cells; ++i)
+    text << "idle" << i << " work" << i << "\nwork" << i << " busy" << i << "\nbusy" << i << " pass" << i << "\ntoken" << i
+         << " pass" << i << "\npass" << i << " idle" << i << " token" << (i + 1) % cells << "\n";
+  text << ".marking {token0";
+  for (int i = 0; i < cells; ++i) text << " idle" << i;
+  text << " }\n.end\n";
+  int64_t before = node_pool::blocksInUse();
+  for (int threads : {1, 2}) {
+    auto prefix = test::asPrefix(withoutSignals(parseStgText(text.str(), "ring.g", nullptr)));
+    UnfoldOptions options = test::optionsFor(test::Search::Closure, threads);
+    ASSERT_TRUE(unfoldNet(*prefix, options));
+    EXPECT_EQ(prefix->events.size(), uint32_t(3 * cells - 1));
+    EXPECT_EQ(node_pool::blocksInUse(), before) << threads << " threads";
   }
 }
 
