@@ -16,12 +16,12 @@ void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const
 bool ConfigurationAnchor::concurrent(const UnfoldState& state, const Condition* y) {
   if (cut_) {
     if (cut_->has(state, y->index)) return true;
-    return aboveCut(state, y->index) && compatible(state, y->producer->index);
+    return aboveCut(state, y->index) && compatible(state, y->producer->index, true);
   }
   if (consumed_.has(y->index)) return false;
   const Event* p = y->producer;
   if (!p || past_.contains(p)) return true;
-  return compatible(state, p->index);
+  return compatible(state, p->index, false);
 }
 
 void ConfigurationAnchor::failStack() {
@@ -53,7 +53,8 @@ uint32_t ConfigurationAnchor::causeBehind(const UnfoldState& state, uint32_t b) 
 
 // Depth-first through the producers of [g] outside the anchor; a conflict found on the way
 // lies in the past of every event on the current path.
-bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
+bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g, bool trustFree) {
+  if (trustFree && state.conflictFree[g]) return true;
   if (memo_.has(g)) return memoValue_[g] == Compatible;
   frames_.clear();
   if (!enter(state, g)) {
@@ -70,7 +71,7 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
     }
     ++frames_.back().second;
     uint32_t p = causeBehind(state, preset[next]);
-    if (p == NoIndex) continue;
+    if (p == NoIndex || (trustFree && state.conflictFree[p])) continue;
     if (memo_.has(p)) {
       if (memoValue_[p] == Incompatible) {
         failStack();
@@ -84,6 +85,35 @@ bool ConfigurationAnchor::compatible(const UnfoldState& state, uint32_t g) {
     }
   }
   return true;
+}
+
+// A condition's second consumer makes the futures of both consumers conflict-prone; that
+// spreads forward from the older ones, and stops at events already marked.
+void noteConsumers(UnfoldState& state) {
+  state.consumerCount.resize(state.conditions.size(), 0);
+  state.conflictFree.resize(state.events.size(), 0);
+  std::vector<uint32_t> stack;
+  for (uint32_t i : state.batchExtended)
+    for (uint32_t b : state.presetOf(state.batchEventsBegin + i)) {
+      if (state.consumerCount[b] == 2 || ++state.consumerCount[b] < 2) continue;
+      for (const Event* h : state.conditions[b]->postset)
+        if (h->index < state.batchEventsBegin && !eventIsCutOff(h)) stack.push_back(h->index);
+    }
+  while (!stack.empty()) {
+    uint32_t h = stack.back();
+    stack.pop_back();
+    if (!state.conflictFree[h]) continue;
+    state.conflictFree[h] = 0;
+    for (const Condition* b : state.events[h]->postset)
+      for (const Event* k : b->postset) stack.push_back(k->index);
+  }
+  for (uint32_t i : state.batchExtended) {
+    uint32_t g = state.batchEventsBegin + i;
+    bool free = true;
+    for (uint32_t b : state.presetOf(g)) free = free && state.consumerCount[b] < 2;
+    for (uint32_t p : state.producersOf(g)) free = free && state.conflictFree[p];
+    state.conflictFree[g] = free;
+  }
 }
 
 uint64_t CoClosure::compute(const UnfoldState& state, const std::vector<uint32_t>& cut, uint32_t e) {

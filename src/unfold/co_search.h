@@ -47,11 +47,13 @@ class ConfigurationAnchor {
   // depth at y itself, which would assume the safety that this tests.
   bool concurrentOnOwnPlace(const UnfoldState& state, const Condition* y) {
     if (cut_->has(state, y->index)) return true;
-    return y->producer && compatible(state, y->producer->index);
+    return y->producer && compatible(state, y->producer->index, false);
   }
 
  private:
-  bool compatible(const UnfoldState& state, uint32_t g);
+  // With `trustFree`, an event reached above the cut with a conflict-free past is taken as
+  // compatible without a walk: exact once the new postset is known to be safe.
+  bool compatible(const UnfoldState& state, uint32_t g, bool trustFree);
   bool enter(const UnfoldState& state, uint32_t g);
   uint32_t causeBehind(const UnfoldState& state, uint32_t b) const;
   bool aboveCut(const UnfoldState& state, uint32_t b) const {
@@ -67,6 +69,9 @@ class ConfigurationAnchor {
   std::vector<uint8_t> memoValue_;
   std::vector<std::pair<uint32_t, uint32_t>> frames_;  // event, next producer to look at
 };
+
+// Brings consumerCount and conflictFree up to date with the batch just committed.
+void noteConsumers(UnfoldState& state);
 
 // The conditions concurrent with the postset of a new event e: the forward closure of the
 // rest of Cut([e]) under the non-cut-off events of the prefix whose whole preset lies in

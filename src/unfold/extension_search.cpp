@@ -99,16 +99,18 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   }
   // One anchor serves the safety test and the scan by place, so their walks share memos.
   if (method_ == CoMethod::Plain) eventAnchor_.anchorCut(describer_.baseCut());
-  if (!checkSafety(state, e, position) || eventIsCutOff(e)) return;
+  if (!checkSafety(state, e, own, position) || eventIsCutOff(e)) return;
   if (method_ != CoMethod::Plain) collectPartners(e);
   for (Condition* c : e->postset)
     for (Transition* t : c->place->postset) searchTransition(state, t, c);
 }
 
 // The closure costs about the size of the co-set and its consumers; the plain scan costs the
-// conditions of the places concerned, each a short walk back to the cut of [e]. Both are exact, so the choice only
-// changes the time taken: the closure unless the lists by place are short next to the
-// recent closures of this worker.
+// conditions of the places concerned, each a short walk back to the cut of [e]. Both are
+// exact, so the choice only changes the time taken: the closure unless the lists by place are
+// short next to the recent closures of this worker. The scans read only the deeper ends of
+// the lists, but the whole lengths measure them better: on nets with choices, the walks
+// behind the conditions read cost more than the reads.
 CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e) const {
   CoMethod method = state.coMethod();
   if (method != CoMethod::Closure) return method;
@@ -123,20 +125,63 @@ CoMethod ExtensionWorker::chooseMethod(const UnfoldState& state, const Event* e)
   return plain < closureWork_ ? CoMethod::Plain : CoMethod::Closure;
 }
 
+namespace {
+
+// A partner x of the scan by place is the condition of the cut of [e] on its place, or deeper
+// than the cut's entry there (ConfigurationAnchor::concurrent): the scan may start where the
+// list first holds a deeper condition, and take the cut's condition apart if it lies before.
+uint32_t partnerScanStart(const UnfoldState& state, uint32_t place, uint32_t entry) {
+  if (entry == CutMap::None) return 0;
+  return state.firstDeeper(place, state.conditionDepth(entry & ~CutMap::Consumed));
+}
+
+// The batch adds few conditions to a place, at the end of its list.
+uint32_t sameBatchStart(const UnfoldState& state, uint32_t place) {
+  const std::vector<Condition*>& list = state.placeConditions[place];
+  size_t k = list.size();
+  for (int steps = 0; k > 0 && list[k - 1]->index >= state.batchConditionsBegin; --k)
+    if (++steps == 8) {
+      auto first = std::lower_bound(list.begin(), list.begin() + k, state.batchConditionsBegin,
+                                    [](const Condition* x, uint32_t b) { return x->index < b; });
+      return static_cast<uint32_t>(first - list.begin());
+    }
+  return static_cast<uint32_t>(k);
+}
+
+// The run goes on only while the safety test passes, so every configuration of non-cut-off
+// events of earlier batches is safe: two tokens in its cut would have been found when the
+// later of their producers was extended. Let y on the place of c (from e) be concurrent with
+// c, produced by f of an earlier batch or initial; ⌈e⌉ ∪ [f] is such a configuration and holds
+// y in its cut. If e consumes from the place, its preset condition there is in that cut too,
+// so y cannot exist. Otherwise a condition z on the place consumed in ⌈e⌉ by g has g in [f],
+// or the configuration [f] ∪ ⌈g⌉ would hold z and y; so y is deeper than z. Conditions of the
+// same batch remain, at the end of the list.
+uint32_t safetyScanStart(const UnfoldState& state, const Event* e, uint32_t place, const Candidate& own) {
+  uint32_t sameBatch = sameBatchStart(state, place);
+  for (const Place* p : e->transition->preset)
+    if (p->index == place) return sameBatch;
+  uint32_t entry = own.cut.get(place);
+  if (entry == CutMap::None) return 0;
+  return std::min(sameBatch, state.firstDeeper(place, state.conditionDepth(entry & ~CutMap::Consumed)));
+}
+
+}  // namespace
+
 // A condition of the same place concurrent with a new one means a reachable marking with
 // two tokens there. The witness with the lowest number is reported, with a run to it.
-bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, uint32_t position) {
+bool ExtensionWorker::checkSafety(const UnfoldState& state, Event* e, const Candidate& own, uint32_t position) {
   for (Condition* c : e->postset) {
     Condition* witness = nullptr;
-    const std::vector<Condition*>& same = state.placeConditions[c->place->index];
     if (method_ != CoMethod::Plain) {
       if (closure_.coversPlace(c->place))
         for (Condition* x : closure_.members())
           if (x->place == c->place && (!witness || x->index < witness->index)) witness = x;
     } else {
-      for (Condition* x : same)
-        if (x->producer != e && eventAnchor_.concurrentOnOwnPlace(state, x)) {
-          witness = x;
+      uint32_t place = c->place->index;
+      const std::vector<Condition*>& same = state.placeConditions[place];
+      for (size_t i = safetyScanStart(state, e, place, own); i < same.size(); ++i)
+        if (same[i]->producer != e && eventAnchor_.concurrentOnOwnPlace(state, same[i])) {
+          witness = same[i];
           break;
         }
     }
@@ -208,11 +253,19 @@ void ExtensionWorker::searchTransition(const UnfoldState& state, Transition* t, 
         if (x->index < c->index) list.push_back(x);
       for (Condition* y : e->postset)
         if (y->place == p && y->index < c->index) list.push_back(y);
-    } else {
+    } else if (!e) {
       for (Condition* x : state.placeConditions[p->index]) {
         if (x->index >= c->index) break;
         if (isPartner(state, e, x)) list.push_back(x);
       }
+    } else {
+      const std::vector<Condition*>& all = state.placeConditions[p->index];
+      uint32_t entry = describer_.baseCut().map().get(p->index);
+      size_t i = partnerScanStart(state, p->index, entry);
+      if (CutMap::marks(entry) && entry < c->index && (i == all.size() || entry < all[i]->index))
+        list.push_back(state.conditions[entry]);
+      for (; i < all.size() && all[i]->index < c->index; ++i)
+        if (isPartner(state, e, all[i])) list.push_back(all[i]);
     }
     if (list.empty()) return;
   }

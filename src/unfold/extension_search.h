@@ -54,7 +54,7 @@ class alignas(64) ExtensionWorker {
   static constexpr uint32_t NoError = 0xFFFFFFFFu;
   void prepare(const UnfoldState& state);
   CoMethod chooseMethod(const UnfoldState& state, const Event* e) const;
-  bool checkSafety(const UnfoldState& state, Event* e, uint32_t position);
+  bool checkSafety(const UnfoldState& state, Event* e, const Candidate& own, uint32_t position);
   void collectPartners(Event* e);
   void searchTransition(const UnfoldState& state, Transition* t, Condition* c);
   void combine(const UnfoldState& state, Transition* t, Condition* c, size_t level);

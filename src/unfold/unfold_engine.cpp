@@ -41,6 +41,7 @@ Unfolder::Unfolder(PetriNet& net, const UnfoldOptions& options, std::vector<uint
       pool_(static_cast<unsigned>(std::max(1, options.number_of_threads))) {
   state_.mayBeCutOff = std::move(mayBeCutOff);
   state_.placeConditions.resize(net.places.size());
+  state_.placeDepthMax.resize(net.places.size());
 }
 
 Unfolder::~Unfolder() {
@@ -65,7 +66,7 @@ bool Unfolder::start() {
     auto* c = new Condition;
     c->place = p;
     state_.conditions.add(c);
-    state_.placeConditions[p->index].push_back(c);
+    state_.addPlaceCondition(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(NoIndex);
   }
@@ -361,7 +362,7 @@ void Unfolder::commitEvent(uint32_t i) {
     state_.conditions.add(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(e->index);
-    if (!cutOff) state_.placeConditions[p->index].push_back(c);
+    if (!cutOff) state_.addPlaceCondition(c);
     e->postset.push_back(c);
   }
   state_.postsetBegin.push_back(state_.conditions.size());
@@ -391,6 +392,7 @@ void Unfolder::recordMarkings() {
     }
     ++cutOffCount_;
   }
+  noteConsumers(state_);
 }
 
 // The cut's places come in order; each of the few postset places is put in its place.
@@ -503,6 +505,7 @@ void Unfolder::removeCutOffs() {
   for (Event* e : events)
     if (eventIsCutOff(e)) delete e;
   for (auto& list : state_.placeConditions) list.clear();
+  for (auto& list : state_.placeDepthMax) list.clear();
   state_.conditions.reorder(std::move(keptConditions));
   state_.events.reorder(std::move(keptEvents));
 }

@@ -2,6 +2,7 @@
 // thread changes between passes: the prefix built so far and the engine's side tables.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -63,6 +64,13 @@ struct UnfoldState {
   NodeList<Condition> conditions;  // the initial conditions come first
   NodeList<Event> events;
   std::vector<std::vector<Condition*>> placeConditions;  // per place, by index; no cut-off postsets
+  // Beside each list, the greatest depth of its first k+1 conditions at k: the scans by place
+  // find where the conditions deeper than a given one can start by a binary search.
+  std::vector<std::vector<uint32_t>> placeDepthMax;
+  // Two configurations conflict only over a condition with a consumer in each, so a past in
+  // which no event shares a preset condition with another event cannot conflict with any.
+  std::vector<uint8_t> consumerCount;  // per condition: its non-cut-off consumers, counted up to 2
+  std::vector<uint8_t> conflictFree;   // per event: no event of [e] consumes a condition counted 2
   uint32_t initialCount = 0;
   CutMap initialCut;  // the initial conditions by place; every cut is derived from it
 
@@ -86,6 +94,20 @@ struct UnfoldState {
   std::vector<uint32_t> batchExtended;  // positions of the batch's non-cut-offs
 
   std::unique_ptr<ConcurrencyRelation> relation;
+
+  void addPlaceCondition(Condition* c) {
+    uint32_t p = c->place->index;
+    uint32_t depth = depthOf(c);
+    if (!placeDepthMax[p].empty()) depth = std::max(depth, placeDepthMax[p].back());
+    placeConditions[p].push_back(c);
+    placeDepthMax[p].push_back(depth);
+  }
+  // The first position of the place's list from which a condition deeper than `depth` may
+  // appear: all conditions before it are no deeper.
+  uint32_t firstDeeper(uint32_t place, uint32_t depth) const {
+    const std::vector<uint32_t>& max = placeDepthMax[place];
+    return static_cast<uint32_t>(std::upper_bound(max.begin(), max.end(), depth) - max.begin());
+  }
 
   CoMethod coMethod() const {
     if (relation) return CoMethod::Relation;

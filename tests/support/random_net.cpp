@@ -97,7 +97,14 @@ std::unique_ptr<Net> drawNet(uint64_t seed, const RandomNetOptions& o) {
   Draw draw(seed);
   if (!o.onlySafe) {
     auto net = std::make_unique<Net>();
-    freeArcs(*net, draw, o);
+    if (o.extraArcs == 0) {
+      freeArcs(*net, draw, o);
+    } else {
+      composeStateMachines(*net, draw, o);
+      for (uint32_t k = 0; k < o.extraArcs; ++k)
+        addArcOnce(net->transitions[draw.between(0, net->transitions.size() - 1)],
+                   net->places[draw.between(0, net->places.size() - 1)]);
+    }
     sortArcs(*net);
     return net;
   }

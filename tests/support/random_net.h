@@ -21,6 +21,10 @@ struct RandomNetOptions {
   // When false, a free net is returned as drawn, safe or not (for tests of the rejection
   // of unsafe nets); the generator then always draws free nets.
   bool onlySafe = true;
+  // With onlySafe false: a composition of state machines instead, with this many arcs added
+  // from random transitions to random places. Such nets often become unsafe only after
+  // several steps, and in both orders of two concurrent events.
+  uint32_t extraArcs = 0;
 };
 
 // A safe net (unless options.onlySafe is false) with at least one place. Composition of state machines: each transition

@@ -90,16 +90,53 @@ TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
     EXPECT_EQ(b.unfold(defaults(), false),
               "\nWarning: the initial marking is empty\n\nError: the net is not safe, place q; trace:\nt, t\n");
   }
-  // Two concurrent events each put one token on r: no local configuration sees both.
-  for (Search search : {Search::Closure, Search::Relation, Search::Plain}) {
-    NetBuilder<PetriNet> b;
-    Place* p = b.place("p", 1);
-    Place* q = b.place("q", 1);
-    Place* r = b.place("r");
-    b.transition("t1", {p}, {r});
-    b.transition("t2", {q}, {r});
-    EXPECT_EQ(b.unfold(optionsFor(search, 2), false), "\nError: the net is not safe, place r; trace:\nt1, t2\n");
-  }
+  for (Search search : {Search::Closure, Search::Relation, Search::Plain})
+    for (int threads : {1, 2}) {
+      SCOPED_TRACE("search " + std::to_string(static_cast<int>(search)) + ", " + std::to_string(threads) + " threads");
+      // Two concurrent events each put one token on r: no local configuration sees both.
+      {
+        NetBuilder<PetriNet> b;
+        Place* p = b.place("p", 1);
+        Place* q = b.place("q", 1);
+        Place* r = b.place("r");
+        b.transition("t1", {p}, {r});
+        b.transition("t2", {q}, {r});
+        EXPECT_EQ(b.unfold(optionsFor(search, threads), false), "\nError: the net is not safe, place r; trace:\nt1, t2\n");
+      }
+      // t1 takes the token that h put on p and puts one back, while t2, of the same batch,
+      // adds another. t2 also sees h's token; t1 comes first in the batch and sees t2's.
+      {
+        NetBuilder<PetriNet> b;
+        Place* a = b.place("a", 1);
+        Place* c = b.place("b", 1);
+        Place* p = b.place("p");
+        Place* d = b.place("d");
+        Place* x = b.place("x");
+        b.transition("t1", {p}, {p, x});
+        b.transition("t2", {d}, {p});
+        b.transition("h", {a}, {p});
+        b.transition("k", {c}, {d});
+        EXPECT_EQ(b.unfold(optionsFor(search, threads), false),
+                  "\nError: the net is not safe, place p; trace:\nh, k, t1, t2\n");
+      }
+      // g takes the initial token of p, f puts one back, e (of a later batch than f, after g)
+      // another: the second token lies just deeper than the one consumed in e's past.
+      {
+        NetBuilder<PetriNet> b;
+        Place* p = b.place("p", 1);
+        Place* s = b.place("s", 1);
+        Place* a = b.place("a", 1);
+        Place* q = b.place("q");
+        Place* r = b.place("r");
+        Place* c = b.place("b");
+        b.transition("g", {p, s}, {q, r});
+        b.transition("f", {q}, {p});
+        b.transition("k", {a}, {c});
+        b.transition("e", {r, c}, {p});
+        EXPECT_EQ(b.unfold(optionsFor(search, threads), false),
+                  "\nError: the net is not safe, place p; trace:\ng, k, f, e\n");
+      }
+    }
 }
 
 // x+ and y+ lead by the dummies d1 and d2 to the same marking with local configurations
