@@ -1,7 +1,34 @@
 // Thread start, hand-over of passes and shut-down.
 #include "unfold/worker_pool.h"
 
+#include <chrono>
+
 namespace nurex {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void pause() {
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_ia32_pause();
+#endif
+}
+
+// Between the passes of one batch the gap is short; waiting for it awake for a while saves
+// a sleep and a wake-up, which cost more than the pass on small batches.
+template <class Ready>
+bool spinUntil(Ready ready) {
+  constexpr auto Budget = std::chrono::microseconds(50);
+  Clock::time_point start = Clock::now();
+  for (uint32_t i = 1;; ++i) {
+    if (ready()) return true;
+    pause();
+    if (i % 64 == 0 && Clock::now() - start > Budget) return false;
+  }
+}
+
+}  // namespace
 
 WorkerPool::WorkerPool(unsigned threads) {
   for (unsigned i = 1; i < threads; ++i) workers_.push_back(std::make_unique<Worker>());
@@ -12,7 +39,7 @@ WorkerPool::~WorkerPool() {
   for (auto& worker : workers_) {
     std::lock_guard<std::mutex> guard(worker->lock);
     worker->command = CommandQuit;
-    worker->pending = true;
+    worker->pending.store(true, std::memory_order_release);
     worker->wake.notify_one();
   }
   for (auto& worker : workers_) worker->thread.join();
@@ -26,45 +53,67 @@ void WorkerPool::takeItems(unsigned worker) {
   }
 }
 
+// Which thread takes an item never changes a result, so the hand-over may follow timings:
+// the items done so far tell what the rest will take.
 void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& item) {
   if (count == 0) return;
   item_ = &item;
   counter_.store(count, std::memory_order_release);
-  // Waking the workers costs more than a few items take.
-  if (!workers_.empty() && count >= MinimumShared) {
-    {
-      std::lock_guard<std::mutex> guard(doneLock_);
-      running_ = static_cast<unsigned>(workers_.size());
+  bool shared = false;
+  Clock::time_point start = Clock::now();
+  for (uint32_t done = 1;; ++done) {
+    int64_t n = counter_.fetch_sub(1, std::memory_order_acq_rel);
+    if (n < 1) break;
+    item(0, static_cast<uint32_t>(n));
+    if (shared || workers_.empty() || n < 2) continue;
+    double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+    if (elapsed / done * static_cast<double>(n - 1) >= SharedSeconds) {
+      shared = true;
+      wakeWorkers(command);
     }
-    for (auto& worker : workers_) {
-      std::lock_guard<std::mutex> guard(worker->lock);
-      worker->command = command;
-      worker->pending = true;
-      worker->wake.notify_one();
-    }
-    takeItems(0);
-    std::unique_lock<std::mutex> done(doneLock_);
-    doneWake_.wait(done, [this] { return running_ == 0; });
-  } else {
-    takeItems(0);
   }
+  if (shared) waitForWorkers();
   item_ = nullptr;
+}
+
+void WorkerPool::wakeWorkers(PoolCommand command) {
+  running_.store(static_cast<unsigned>(workers_.size()), std::memory_order_release);
+  for (auto& worker : workers_) {
+    std::lock_guard<std::mutex> guard(worker->lock);
+    worker->command = command;
+    worker->pending.store(true, std::memory_order_release);
+    worker->wake.notify_one();
+  }
+}
+
+void WorkerPool::waitForWorkers() {
+  if (spinUntil([this] { return running_.load(std::memory_order_acquire) == 0; })) return;
+  std::unique_lock<std::mutex> done(doneLock_);
+  doneWake_.wait(done, [this] { return running_.load(std::memory_order_acquire) == 0; });
+}
+
+// The last one out takes the lock before it notifies, so that the caller cannot test the
+// count and then miss the notification.
+void WorkerPool::finishPass() {
+  if (running_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  std::lock_guard<std::mutex> guard(doneLock_);
+  doneWake_.notify_one();
 }
 
 void WorkerPool::workerLoop(unsigned number) {
   Worker& self = *workers_[number - 1];
   for (;;) {
     uint32_t command;
+    spinUntil([&self] { return self.pending.load(std::memory_order_acquire); });
     {
       std::unique_lock<std::mutex> guard(self.lock);
-      self.wake.wait(guard, [&self] { return self.pending; });
-      self.pending = false;
+      self.wake.wait(guard, [&self] { return self.pending.load(std::memory_order_acquire); });
+      self.pending.store(false, std::memory_order_relaxed);
       command = self.command;
     }
     if (command == CommandQuit) return;
     if (command != CommandStop) takeItems(number);
-    std::lock_guard<std::mutex> guard(doneLock_);
-    if (--running_ == 0) doneWake_.notify_one();
+    finishPass();
   }
 }
 

@@ -33,9 +33,10 @@ class WorkerPool {
   WorkerPool& operator=(const WorkerPool&) = delete;
 
   unsigned threads() const { return static_cast<unsigned>(workers_.size()) + 1; }
-  // Passes with fewer items run on the calling thread alone: waking a thread and waiting
-  // for it costs tens of microseconds on a busy machine, about what a dozen items take.
-  static constexpr uint32_t MinimumShared = 32;
+  // The calling thread starts every pass alone and wakes the workers only when what is left
+  // would take it this long: waking a thread and waiting for it costs tens of microseconds
+  // on a busy machine, and a cheap item is slower on a thread whose caches are cold.
+  static constexpr double SharedSeconds = 200e-6;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
@@ -45,10 +46,13 @@ class WorkerPool {
     std::mutex lock;
     std::condition_variable wake;
     uint32_t command = CommandStop;
-    bool pending = false;
+    std::atomic<bool> pending{false};
   };
   void workerLoop(unsigned number);
   void takeItems(unsigned worker);
+  void wakeWorkers(PoolCommand command);
+  void waitForWorkers();
+  void finishPass();
 
   std::vector<std::unique_ptr<Worker>> workers_;
   // The counter changes with every item; on a line of its own it does not evict the
@@ -57,7 +61,7 @@ class WorkerPool {
   alignas(64) const ItemFunction* item_ = nullptr;
   std::mutex doneLock_;
   std::condition_variable doneWake_;
-  unsigned running_ = 0;
+  std::atomic<unsigned> running_{0};
 };
 
 }  // namespace nurex

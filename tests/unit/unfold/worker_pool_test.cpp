@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <vector>
 
 #include "unfold/worker_pool.h"
@@ -27,6 +28,19 @@ TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
       EXPECT_EQ(badWorker.load(), 0u);
     }
   }
+}
+
+// The caller starts alone; a pass whose items take long must still reach the other threads.
+TEST(UnfoldWorkerPool, LongPassesAreShared) {
+  WorkerPool pool(2);
+  std::atomic<uint32_t> onWorker{0};
+  pool.run(CommandExtend, 400, [&](unsigned worker, uint32_t) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
+    while (std::chrono::steady_clock::now() < end) {
+    }
+    if (worker != 0) ++onWorker;
+  });
+  EXPECT_GT(onWorker.load(), 0u);
 }
 
 }  // namespace
