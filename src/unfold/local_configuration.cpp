@@ -29,8 +29,12 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
 // Two arrays are cheaper to clear and write again than to merge: the loops have no branches
 // to mispredict. Trees, which are large and share most nodes, go by their differences.
 void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
-  if (held_.isArray() && cut.isArray()) {
-    held_.forEachEntry([this](uint32_t p, uint32_t) { onPlace_[p] = CutMap::None; });
+  held_ = cut;
+  lazyListed_ = false;
+  lazy_ = !cut.isArray();
+  if (lazy_) return;
+  if (flat_.isArray()) {
+    flat_.forEachEntry([this](uint32_t p, uint32_t) { onPlace_[p] = CutMap::None; });
     conditions_.clear();
     cut.forEachEntry([this](uint32_t p, uint32_t b) {
       onPlace_[p] = b;
@@ -38,10 +42,10 @@ void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
       position_[p] = static_cast<uint32_t>(conditions_.size());
       conditions_.push_back(b);
     });
-    held_ = cut;
+    flat_ = cut;
     return;
   }
-  CutMap::forEachDifference(held_, cut, [&](uint32_t p, uint32_t was, uint32_t is) {
+  CutMap::forEachDifference(flat_, cut, [&](uint32_t p, uint32_t was, uint32_t is) {
     onPlace_[p] = is;
     if (CutMap::marks(was) && CutMap::marks(is)) {
       conditions_[position_[p]] = is;
@@ -55,7 +59,17 @@ void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
       conditions_.push_back(is);
     }
   });
-  held_ = cut;
+  flat_ = cut;
+}
+
+const std::vector<uint32_t>& CutIndex::conditions() const {
+  if (!lazy_) return conditions_;
+  if (!lazyListed_) {
+    lazyConditions_.clear();
+    held_.forEach([this](uint32_t, uint32_t b) { lazyConditions_.push_back(b); });
+    lazyListed_ = true;
+  }
+  return lazyConditions_;
 }
 
 bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate& candidate) {

@@ -43,30 +43,38 @@ class CutIndex {
     if (onPlace_.size() < state.net.places.size()) {
       onPlace_.assign(state.net.places.size(), CutMap::None);
       position_.assign(state.net.places.size(), 0);
-      held_ = CutMap(static_cast<uint32_t>(state.net.places.size()));
+      held_ = flat_ = CutMap(static_cast<uint32_t>(state.net.places.size()));
+      lazy_ = false;
     }
   }
   void set(const UnfoldState& state, const CutMap& cut);
   const CutMap& map() const { return held_; }
   // The conditions of the cut, in no particular order.
-  const std::vector<uint32_t>& conditions() const { return conditions_; }
-  bool has(const UnfoldState& state, uint32_t b) const { return onPlace_[state.conditionPlace[b]] == b; }
+  const std::vector<uint32_t>& conditions() const;
+  bool has(const UnfoldState& state, uint32_t b) const { return entry(state.conditionPlace[b]) == b; }
   // The map's entry of the place.
-  uint32_t entry(uint32_t place) const { return onPlace_[place]; }
+  uint32_t entry(uint32_t place) const { return lazy_ ? held_.get(place) : onPlace_[place]; }
   // Whether b, not in the cut, may still be concurrent with it. On a place, the conditions
   // of a configuration that contains [e] follow each other, each deeper than the one before;
   // so a condition no deeper than one of [e] on its place, c in the cut or one consumed in
   // [e], is consumed in [e] or in conflict with it.
   bool mayFollow(const UnfoldState& state, uint32_t b) const {
-    uint32_t c = onPlace_[state.conditionPlace[b]];
+    uint32_t c = entry(state.conditionPlace[b]);
     return c == CutMap::None || state.conditionDepth(b) > state.conditionDepth(c & ~CutMap::Consumed);
   }
 
  private:
   CutMap held_;
+  // A cut held as a tree is large, and the cuts of two events extended one after the other
+  // may differ almost everywhere: it is read through the map, and the flat copy below, of
+  // `flat_`, waits for the next small cut.
+  bool lazy_ = false;
+  CutMap flat_;
   std::vector<uint32_t> onPlace_;
   std::vector<uint32_t> conditions_;
   std::vector<uint32_t> position_;  // per marked place, of its condition in conditions_
+  mutable std::vector<uint32_t> lazyConditions_;
+  mutable bool lazyListed_ = false;
 };
 
 // Scratch of one thread for describing possible extensions. Every candidate described
