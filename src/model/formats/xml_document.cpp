@@ -1,4 +1,4 @@
-// Reading and writing PNML documents, element access with the readers' messages, ids and arcs.
+// Reading PNML documents, opening them for writing, element access with the readers' messages, ids and arcs.
 #include "model/formats/xml_document.h"
 
 #include <cstring>
@@ -6,8 +6,6 @@
 #include <iterator>
 #include <set>
 #include <utility>
-
-#include <rapidxml/rapidxml_print.hpp>
 
 #include "model/formats/format_common.h"
 #include "model/formats/gzip_stream.h"
@@ -62,9 +60,7 @@ std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName) {
   return input;
 }
 
-bool writeDocument(const std::string& fileName, const XmlDocument& document) {
-  std::string text;
-  rapidxml::print(std::back_inserter(text), document);
+bool writeXmlFile(const std::string& fileName, const std::function<bool(std::streambuf&)>& print) {
   bool written;
   if (endsWith(fileName, ".gz")) {
     GzipOutputBuffer gzip(fileName);
@@ -72,17 +68,16 @@ bool writeDocument(const std::string& fileName, const XmlDocument& document) {
       reportError(cannotOpenForOutput(fileName));
       return false;
     }
-    written = gzip.sputn(text.data(), static_cast<std::streamsize>(text.size())) == std::streamsize(text.size());
+    written = print(gzip);
     written = gzip.close() && written;
   } else {
-    std::ofstream out(fileName, std::ios::binary);
-    if (!out) {
+    std::filebuf out;
+    if (!out.open(fileName, std::ios::out | std::ios::binary)) {
       reportError(cannotOpenForOutput(fileName));
       return false;
     }
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.close();
-    written = !out.fail();
+    written = print(out);
+    written = out.close() && written;
   }
   if (!written) reportError(cannotWriteFile());
   return written;

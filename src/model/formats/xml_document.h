@@ -1,10 +1,11 @@
 // PNML documents through RapidXml: reading a file (plain or gzip) into a document parsed in
-// place, writing one, and element access that reports the system's texts.
+// place, opening one for writing, and element access that reports the system's texts.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -26,8 +27,9 @@ struct XmlInput {
 // Opens the file (gzip if its name ends in ".gz"), reads it whole and parses it; null after
 // a reported error.
 std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName);
-// Prints the document into the file (gzip if its name ends in ".gz"); reports failures.
-bool writeDocument(const std::string& fileName, const XmlDocument& document);
+// Opens the file (gzip if its name ends in ".gz") and lets `print` fill it; reports failures,
+// among them a false from `print`, which tells that a write was refused.
+bool writeXmlFile(const std::string& fileName, const std::function<bool(std::streambuf&)>& print);
 
 // Messages of the PNML readers.
 std::string xmlMustHaveAttribute(std::string_view node, std::string_view attribute);

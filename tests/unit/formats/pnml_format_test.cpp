@@ -1,7 +1,12 @@
 // PNML documents: selection by type, the four unit readers, every reader message, gzip, and
 // writing followed by reading.
+#include <iterator>
+
+#include <rapidxml/rapidxml_print.hpp>
+
 #include "model/formats/readers.h"
 #include "model/formats/writers.h"
+#include "model/formats/xml_document.h"
 #include "unit/formats/format_test_util.h"
 
 namespace nurex::test {
@@ -218,6 +223,69 @@ TEST(PnmlFormat, WrittenUnitsReadBackTheSame) {
     }
 }
 
+// The documents keep RapidXml's layout and escaping: parsing one and printing it again
+// gives back the same bytes, for plain and gzip files alike.
+void expectReprintedAs(const std::string& path, const std::string& expected) {
+  std::unique_ptr<XmlInput> input;
+  diagnosticsOf([&] { input = readXmlDocument(path); });
+  ASSERT_TRUE(input) << path;
+  std::string text;
+  rapidxml::print(std::back_inserter(text), input->document);
+  EXPECT_EQ(text, expected) << path;
+}
+
+TEST(PnmlFormat, WrittenNamesAreEscapedAndReadBack) {
+  const std::string odd = "<&'\">";
+  PnmlRead read = readText(toggleText());
+  ASSERT_TRUE(read.ok);
+  StgPrefix& prefix = *read.unit.stgPrefix;
+  prefix.name = "";
+  std::string place = prefix.places[0]->name;
+  prefix.places[0]->name += odd;
+  prefix.transitions[2]->name += odd;
+  prefix.signals[0]->name += odd;
+  for (const char* name : {"odd.pnml", "odd.pnml.gz"}) {
+    std::string path = scratchPath(name);
+    PnmlRead second;
+    second.diagnostics = diagnosticsOf([&] {
+      EXPECT_TRUE(writeUnitPnml(prefix, path));
+      second.ok = readPnmlUnit(path, AllTypes, second.unit);
+    });
+    ASSERT_TRUE(second.ok) << second.diagnostics;
+    EXPECT_EQ(second.unit.stgPrefix->name, "");
+    expectSameUnit(prefix, *second.unit.stgPrefix);
+    expectReprintedAs(path, readBytes(scratchPath("odd.pnml")));
+  }
+  std::string text = readBytes(scratchPath("odd.pnml"));
+  EXPECT_NE(text.find("<text>" + place + "&lt;&amp;&apos;&quot;&gt;</text>"), std::string::npos) << text;
+  EXPECT_NE(text.find("<name>\n\t\t\t<text/>\n\t\t</name>"), std::string::npos) << text;
+}
+
+TEST(PnmlFormat, WrittenDocumentsKeepTheirLayout) {
+  std::string path = scratchPath("layout.pnml");
+  for (const char* file : {"toggle.pnml", "choice_mp.pnml"}) {
+    PnmlRead read = readText(readBytes(dataPath(file)));
+    ASSERT_TRUE(read.ok);
+    for (bool net : {false, true}) {
+      diagnosticsOf([&] {
+        if (read.unit.stgPrefix) {
+          const Stg& original = *read.unit.stgPrefix;
+          EXPECT_TRUE(net ? writeNetPnml(original, path) : writeUnitPnml(*read.unit.stgPrefix, path));
+        } else {
+          const PetriNet& original = *read.unit.petriNetMergedProcess;
+          EXPECT_TRUE(net ? writeNetPnml(original, path) : writeUnitPnml(*read.unit.petriNetMergedProcess, path));
+        }
+      });
+      expectReprintedAs(path, readBytes(path));
+    }
+  }
+  // Elements without content close in their start tag.
+  diagnosticsOf([&] { EXPECT_TRUE(writeNetPnml(PetriNet(), path)); });
+  EXPECT_EQ(readBytes(path), "<pnml xmlns=\"http://www.pnml.org/version-2009/grammar/pnml\">\n\t<net type=\"low_level_net\">\n"
+                             "\t\t<name>\n\t\t\t<text/>\n\t\t</name>\n\t\t<page/>\n\t</net>\n</pnml>\n\n");
+  expectReprintedAs(path, readBytes(path));
+}
+
 TEST(PnmlFormat, BenchmarkPrefixesSurviveWriting) {
   for (const char* name : {"gcd.pnml", "dme-e.pnml.gz", "dp_6.pnml.gz"}) {
     LoadedUnit first, second;
@@ -243,6 +311,10 @@ TEST(PnmlFormat, UnwritableFileIsReported) {
   std::string path = scratchPath("no_such_dir/x.pnml");
   std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, path)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + path + "\" for output"));
+  // A file that opens but takes nothing, as a full disk does.
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
+  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, "/dev/full")); });
+  EXPECT_EQ(diagnostics, errorText("cannot write a file"));
 }
 
 }  // namespace
