@@ -32,10 +32,10 @@ bool spinUntil(Ready ready) {
 
 WorkerPool::WorkerPool(unsigned threads) {
   for (unsigned i = 1; i < threads; ++i) workers_.push_back(std::make_unique<Worker>());
-  for (unsigned i = 0; i < workers_.size(); ++i) workers_[i]->thread = std::thread([this, i] { workerLoop(i + 1); });
 }
 
 WorkerPool::~WorkerPool() {
+  if (!started_) return;
   for (auto& worker : workers_) {
     std::lock_guard<std::mutex> guard(worker->lock);
     worker->command = CommandQuit;
@@ -76,7 +76,13 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
   item_ = nullptr;
 }
 
+// A process with a second thread pays for it on every allocation (the allocator locks its
+// arenas from then on), so the threads start with the first pass that is worth sharing.
 void WorkerPool::wakeWorkers(PoolCommand command) {
+  if (!started_) {
+    started_ = true;
+    for (unsigned i = 0; i < workers_.size(); ++i) workers_[i]->thread = std::thread([this, i] { workerLoop(i + 1); });
+  }
   running_.store(static_cast<unsigned>(workers_.size()), std::memory_order_release);
   for (auto& worker : workers_) {
     std::lock_guard<std::mutex> guard(worker->lock);

@@ -62,6 +62,7 @@ class WorkerPool {
   std::mutex doneLock_;
   std::condition_variable doneWake_;
   std::atomic<unsigned> running_{0};
+  bool started_ = false;  // the worker threads, at the first shared pass
 };
 
 }  // namespace nurex
