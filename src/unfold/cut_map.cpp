@@ -166,7 +166,7 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
 
 // A node that only this map reaches (one reference, from a parent that is also only ours)
 // is changed in place; any other is copied first.
-uint32_t CutMap::treeSet(uint32_t place, uint32_t entry) {
+void CutMap::treeSet(uint32_t place, uint32_t entry) {
   Node** link = &root_;
   for (uint32_t level = levels_;; --level) {
     Node* n = *link;
@@ -180,10 +180,7 @@ uint32_t CutMap::treeSet(uint32_t place, uint32_t entry) {
     if (level == 0) break;
     link = &children(n)[slot(place, level)];
   }
-  uint32_t& slotEntry = leaf(*link)[place & 15];
-  uint32_t old = slotEntry;
-  slotEntry = entry;
-  return old;
+  leaf(*link)[place & 15] = entry;
 }
 
 void CutMap::becomeTree() {

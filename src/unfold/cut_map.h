@@ -140,7 +140,7 @@ class CutMap {
   }
   // Sets an entry of the sparse root; false if the map must become a tree for it.
   bool sparseSet(uint32_t place, uint32_t entry, uint32_t& old);
-  uint32_t treeSet(uint32_t place, uint32_t entry);
+  void treeSet(uint32_t place, uint32_t entry);
   void becomeTree();
   static Pairs expand(const Node* tree, uint32_t levels, std::vector<uint64_t>& out);
   void swap(CutMap& other) noexcept {

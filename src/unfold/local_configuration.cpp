@@ -26,50 +26,24 @@ void PastWalker::walkFrom(const UnfoldState& state, uint32_t e) {
   drain(state, 0);
 }
 
-// Two arrays are cheaper to clear and write again than to merge: the loops have no branches
-// to mispredict. Trees, which are large and share most nodes, go by their differences.
-void CutIndex::set(const UnfoldState& state, const CutMap& cut) {
+void CutIndex::set(const CutMap& cut) {
   held_ = cut;
-  lazyListed_ = false;
+  listed_ = false;
   lazy_ = !cut.isArray();
   if (lazy_) return;
-  if (flat_.isArray()) {
-    flat_.forEachEntry([this](uint32_t p, uint32_t) { onPlace_[p] = CutMap::None; });
-    conditions_.clear();
-    cut.forEachEntry([this](uint32_t p, uint32_t b) {
-      onPlace_[p] = b;
-      if (!CutMap::marks(b)) return;
-      position_[p] = static_cast<uint32_t>(conditions_.size());
-      conditions_.push_back(b);
-    });
-    flat_ = cut;
-    return;
-  }
-  CutMap::forEachDifference(flat_, cut, [&](uint32_t p, uint32_t was, uint32_t is) {
-    onPlace_[p] = is;
-    if (CutMap::marks(was) && CutMap::marks(is)) {
-      conditions_[position_[p]] = is;
-    } else if (CutMap::marks(was)) {
-      uint32_t last = conditions_.back();
-      conditions_[position_[p]] = last;
-      position_[state.conditionPlace[last]] = position_[p];
-      conditions_.pop_back();
-    } else if (CutMap::marks(is)) {
-      position_[p] = static_cast<uint32_t>(conditions_.size());
-      conditions_.push_back(is);
-    }
-  });
+  flat_.forEachEntry([this](uint32_t p, uint32_t) { onPlace_[p] = CutMap::None; });
+  cut.forEachEntry([this](uint32_t p, uint32_t b) { onPlace_[p] = b; });
   flat_ = cut;
 }
 
+// Only the co-set closure asks, and it costs the cut's size anyway.
 const std::vector<uint32_t>& CutIndex::conditions() const {
-  if (!lazy_) return conditions_;
-  if (!lazyListed_) {
-    lazyConditions_.clear();
-    held_.forEach([this](uint32_t, uint32_t b) { lazyConditions_.push_back(b); });
-    lazyListed_ = true;
+  if (!listed_) {
+    conditions_.clear();
+    held_.forEach([this](uint32_t, uint32_t b) { conditions_.push_back(b); });
+    listed_ = true;
   }
-  return lazyConditions_;
+  return conditions_;
 }
 
 bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate& candidate) {
@@ -125,7 +99,7 @@ void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const 
   std::sort(changes_.begin(), changes_.end());
   CutMap base = cut;
   base.setMany(changes_);
-  baseCut_.set(state, base);
+  baseCut_.set(base);
 }
 
 // The cut of ⌈e⌉ is the base's cut and the postsets of the added events, less what the

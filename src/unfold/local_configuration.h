@@ -34,22 +34,23 @@ class PastWalker {
   std::vector<uint32_t> events_;
 };
 
-// Cut([e]) of one configuration [e], for constant-time tests: membership of a condition,
-// and the condition that marks a place. A flat copy of a cut map, brought up to date with
-// the next one by their differences, which are few between cuts of near events.
+// Cut([e]) of one configuration [e], for quick tests: membership of a condition, and the
+// condition that marks a place. A small cut (a map held as an array) is copied flat, so a
+// test is one look-up; a large one is read through its map, because the cuts of two events
+// extended one after the other may differ almost everywhere and a flat copy would be
+// rewritten almost whole each time.
 class CutIndex {
  public:
   void ensure(const UnfoldState& state) {
     if (onPlace_.size() < state.net.places.size()) {
       onPlace_.assign(state.net.places.size(), CutMap::None);
-      position_.assign(state.net.places.size(), 0);
       held_ = flat_ = CutMap(static_cast<uint32_t>(state.net.places.size()));
       lazy_ = false;
     }
   }
-  void set(const UnfoldState& state, const CutMap& cut);
+  void set(const CutMap& cut);
   const CutMap& map() const { return held_; }
-  // The conditions of the cut, in no particular order.
+  // The conditions of the cut, by ascending place.
   const std::vector<uint32_t>& conditions() const;
   bool has(const UnfoldState& state, uint32_t b) const { return entry(state.conditionPlace[b]) == b; }
   // The map's entry of the place.
@@ -65,16 +66,11 @@ class CutIndex {
 
  private:
   CutMap held_;
-  // A cut held as a tree is large, and the cuts of two events extended one after the other
-  // may differ almost everywhere: it is read through the map, and the flat copy below, of
-  // `flat_`, waits for the next small cut.
-  bool lazy_ = false;
-  CutMap flat_;
+  bool lazy_ = false;  // held_ is a tree, read through the map
+  CutMap flat_;        // the last array copied into onPlace_
   std::vector<uint32_t> onPlace_;
-  std::vector<uint32_t> conditions_;
-  std::vector<uint32_t> position_;  // per marked place, of its condition in conditions_
-  mutable std::vector<uint32_t> lazyConditions_;
-  mutable bool lazyListed_ = false;
+  mutable std::vector<uint32_t> conditions_;  // listed on demand
+  mutable bool listed_ = false;
 };
 
 // Scratch of one thread for describing possible extensions. Every candidate described

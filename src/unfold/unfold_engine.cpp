@@ -85,9 +85,7 @@ bool Unfolder::start() {
   MarkingTable::Record& empty =
       table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; });
   empty.emptyConfiguration = true;
-  markingPlaces_.clear();
-  initial.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
-  table_.keep(empty, markingPlaces_);
+  keepMarking(empty, initial, nullptr);
   if (state_.options.conc_rel_size > 0) {
     state_.relation = std::make_unique<ConcurrencyRelation>(state_.conditions, state_.events,
                                                             static_cast<uint32_t>(state_.options.conc_rel_size));
@@ -327,6 +325,7 @@ void Unfolder::commit() {
   state_.batchExtended.clear();
   for (uint32_t i = 0; i < batch_.size(); ++i) commitEvent(i);
   recordMarkings();
+  noteConsumers(state_);
 }
 
 // The conditions of a batch lie all over the prefix; fetching those of the event after next
@@ -381,7 +380,7 @@ void Unfolder::recordMarkings() {
         const Candidate& c = *batch_[i];
         MarkingTable::Record& record = table_.insert(
             tableKey(c), c.markingSize(), [&](const MarkingTable::Record& r) { return sameAsRecord(c, r); });
-        if (record.first == NoIndex) keepMarking(record, c);
+        if (record.first == NoIndex) keepMarking(record, c.cut, c.transition);
         table_.addEvent(record, e->index);
         continue;
       }
@@ -392,16 +391,17 @@ void Unfolder::recordMarkings() {
     }
     ++cutOffCount_;
   }
-  noteConsumers(state_);
 }
 
-// The cut's places come in order; each of the few postset places is put in its place.
-void Unfolder::keepMarking(MarkingTable::Record& record, const Candidate& candidate) {
-  if (candidate.markingSize() > MarkingTable::KeptPlacesLimit) return;
+// The cut's places come in order; each of the few postset places (of t, if any) is put in
+// its place.
+void Unfolder::keepMarking(MarkingTable::Record& record, const CutMap& cut, const Transition* t) {
+  if (record.size > MarkingTable::KeptPlacesLimit) return;
   markingPlaces_.clear();
-  candidate.cut.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
-  for (const Place* p : candidate.transition->postset)
-    markingPlaces_.insert(std::upper_bound(markingPlaces_.begin(), markingPlaces_.end(), p->index), p->index);
+  cut.forEach([this](uint32_t p, uint32_t) { markingPlaces_.push_back(p); });
+  if (t)
+    for (const Place* p : t->postset)
+      markingPlaces_.insert(std::upper_bound(markingPlaces_.begin(), markingPlaces_.end(), p->index), p->index);
   table_.keep(record, markingPlaces_);
 }
 

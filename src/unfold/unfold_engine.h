@@ -42,7 +42,7 @@ class Unfolder {
   void decideGroup(const std::vector<uint32_t>& members, std::vector<ConfigurationSummary>& summaries);
   bool sameAsRecord(const Candidate& candidate, const MarkingTable::Record& record);
   uint32_t findMarking(const Candidate& candidate, uint64_t key);
-  void keepMarking(MarkingTable::Record& record, const Candidate& candidate);
+  void keepMarking(MarkingTable::Record& record, const CutMap& cut, const Transition* t);
   // The candidate's key in the marking table: the hash of its marking, set apart for events
   // that end with a dummy occurrence still pending (see unfold_engine.cpp).
   uint64_t tableKey(const Candidate& candidate) const;
