@@ -2,6 +2,7 @@
 #include "unfold/cut_map.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <new>
 
@@ -67,8 +68,32 @@ CutMap::Node* CutMap::cloneTreeNode(const Node* n, uint32_t level) {
   return copy;
 }
 
+void CutMap::pinTree(Node* n, uint32_t level) {
+  if (!n) return;
+  assert(n->refs.load() == 1);
+  n->refs.store(PinnedRefs, std::memory_order_relaxed);
+  if (!n->sparse && level > 0)
+    for (uint32_t i = 0; i < 16; ++i) pinTree(children(n)[i], level - 1);
+}
+
+void CutMap::freePinned(Node* n, uint32_t level) {
+  if (!n) return;
+  if (!n->sparse && level > 0)
+    for (uint32_t i = 0; i < 16; ++i) freePinned(children(n)[i], level - 1);
+  uint32_t sizeClass = n->sizeClass;
+  n->~Node();
+  node_pool::give(n, sizeClass);
+}
+
+PinnedCut::PinnedCut(CutMap map) : map_(std::move(map)) { CutMap::pinTree(map_.root_, map_.levels_); }
+
+PinnedCut::~PinnedCut() {
+  CutMap::freePinned(map_.root_, map_.levels_);
+  map_.root_ = nullptr;
+}
+
 void CutMap::release(Node* n, uint32_t level) {
-  if (!n || n->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  if (!n || pinned(n) || n->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   if (!n->sparse && level > 0)
     for (uint32_t i = 0; i < 16; ++i) release(children(n)[i], level - 1);
   uint32_t sizeClass = n->sizeClass;

@@ -122,10 +122,17 @@ class CutMap {
   static Node* allocate(uint32_t sizeClass);
   static Node* newTreeNode(uint32_t level);
   static Node* cloneTreeNode(const Node* n, uint32_t level);
+  friend class PinnedCut;
+  // The reference count of a pinned node (see PinnedCut): it never changes, so a thread
+  // only reads the node's header and the line stays shared between cores.
+  static constexpr uint32_t PinnedRefs = 0x80000000u;
+  static bool pinned(const Node* n) { return n->refs.load(std::memory_order_relaxed) >= PinnedRefs; }
   static void retain(Node* n) {
-    if (n) n->refs.fetch_add(1, std::memory_order_relaxed);
+    if (n && !pinned(n)) n->refs.fetch_add(1, std::memory_order_relaxed);
   }
   static void release(Node* n, uint32_t level);
+  static void pinTree(Node* n, uint32_t level);
+  static void freePinned(Node* n, uint32_t level);
   static uint32_t sparseGet(const Node* n, uint32_t place);
   uint32_t treeGet(uint32_t place) const;
   // Keeps size and sum up to date with the change of one entry.
@@ -195,6 +202,27 @@ class CutMap {
   uint32_t levels_ = 0;   // of the tree form, above the leaves
   uint32_t size_ = 0;
   uint64_t sum_ = 0;
+};
+
+// A map whose nodes stay until it goes: maps derived from it copy and drop them without
+// touching their reference counts. Every cut of a run is derived from the initial one, and
+// its nodes are those that threads sharing a pass would otherwise all count on at once.
+// It must outlive every map derived from it.
+class PinnedCut {
+ public:
+  PinnedCut() = default;
+  // The map must hold its nodes alone.
+  explicit PinnedCut(CutMap map);
+  PinnedCut(PinnedCut&& other) noexcept { map_.swap(other.map_); }
+  PinnedCut& operator=(PinnedCut&& other) noexcept {
+    map_.swap(other.map_);
+    return *this;
+  }
+  ~PinnedCut();
+  const CutMap& map() const { return map_; }
+
+ private:
+  CutMap map_;
 };
 
 }  // namespace nurex

@@ -73,7 +73,7 @@ void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::v
 void ExtensionWorker::seed(const UnfoldState& state) {
   prepare(state);
   position_ = 0;
-  describer_.setBase(state, 0, state.initialCut, 0, 0);
+  describer_.setBase(state, 0, state.initialCut.map(), 0, 0);
   for (Transition* t : state.net.transitions)
     if (t->preset.empty()) emit(state, t, std::vector<Condition*>{});
   for (uint32_t i = 0; i < state.initialCount; ++i)

@@ -65,7 +65,7 @@ bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate
     for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b)
       if (!consumed_.has(b)) touch(state.conditionPlace[b], true);
 
-  const CutMap& initial = state.initialCut;
+  const CutMap& initial = state.initialCut.map();
   const Transition* t = candidate.transition;
   auto inPostset = [t](uint32_t place) {
     for (const Place* p : t->postset)

@@ -71,8 +71,9 @@ bool Unfolder::start() {
     state_.conditionProducer.push_back(NoIndex);
   }
   state_.initialCount = state_.conditions.size();
-  state_.initialCut = CutMap(static_cast<uint32_t>(net.places.size()));
-  for (uint32_t b = 0; b < state_.initialCount; ++b) state_.initialCut.set(state_.conditionPlace[b], b);
+  CutMap initialCut(static_cast<uint32_t>(net.places.size()));
+  for (uint32_t b = 0; b < state_.initialCount; ++b) initialCut.set(state_.conditionPlace[b], b);
+  state_.initialCut = PinnedCut(std::move(initialCut));
   state_.postsetBegin.assign(1, state_.initialCount);
   if (state_.initialCount == 0) reportWarning("the initial marking is empty");
   // A transition without preset can fire any number of times.
@@ -81,7 +82,7 @@ bool Unfolder::start() {
       reportError(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
       return false;
     }
-  const CutMap& initial = state_.initialCut;
+  const CutMap& initial = state_.initialCut.map();
   MarkingTable::Record& empty =
       table_.insert(finishHash(initial.sum()), initial.size(), [](const MarkingTable::Record&) { return false; });
   empty.emptyConfiguration = true;

@@ -72,7 +72,7 @@ struct UnfoldState {
   std::vector<uint8_t> consumerCount;  // per condition: its non-cut-off consumers, counted up to 2
   std::vector<uint8_t> conflictFree;   // per event: no event of [e] consumes a condition counted 2
   uint32_t initialCount = 0;
-  CutMap initialCut;  // the initial conditions by place; every cut is derived from it
+  PinnedCut initialCut;  // the initial conditions by place; every cut is derived from it
 
   // Compact copies of the structure for the walks over local configurations, by index.
   // An event's postset conditions are numbered consecutively.

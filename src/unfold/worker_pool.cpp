@@ -54,30 +54,38 @@ void WorkerPool::takeItems(unsigned worker) {
 }
 
 // Which thread takes an item never changes a result, so the hand-over may follow timings:
-// the items done so far tell what the rest will take.
+// the items done so far tell what the rest will take. The first item is left out of the
+// reckoning: it often pays for scratch grown with the prefix, and judged by it alone, passes
+// of cheap items looked worth sharing.
 void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& item) {
   if (count == 0) return;
   item_ = &item;
   counter_.store(count, std::memory_order_release);
-  bool shared = false;
+  bool shared = false, counted = false;
   Clock::time_point start = Clock::now();
+  double first = 0;
   for (uint32_t done = 1;; ++done) {
     int64_t n = counter_.fetch_sub(1, std::memory_order_acq_rel);
     if (n < 1) break;
     item(0, static_cast<uint32_t>(n));
     if (shared || workers_.empty() || n < 2) continue;
     double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
-    if (elapsed / done * static_cast<double>(n - 1) >= SharedSeconds) {
-      shared = true;
-      wakeWorkers(command);
+    if (done == 1) first = elapsed;
+    if (done == 1 || elapsed - first < SampleSeconds) continue;
+    double rest = (elapsed - first) / (done - 1) * static_cast<double>(n - 1);
+    if (rest < SharedSeconds) continue;
+    if (!started_) {
+      if (!counted) worthSharing_ += rest;
+      counted = true;
+      if (worthSharing_ < StartSeconds) continue;
     }
+    shared = true;
+    wakeWorkers(command);
   }
   if (shared) waitForWorkers();
   item_ = nullptr;
 }
 
-// A process with a second thread pays for it on every allocation (the allocator locks its
-// arenas from then on), so the threads start with the first pass that is worth sharing.
 void WorkerPool::wakeWorkers(PoolCommand command) {
   if (!started_) {
     started_ = true;

@@ -37,6 +37,13 @@ class WorkerPool {
   // would take it this long: waking a thread and waiting for it costs tens of microseconds
   // on a busy machine, and a cheap item is slower on a thread whose caches are cold.
   static constexpr double SharedSeconds = 200e-6;
+  // The items of a pass are timed over at least this long before the rest is judged.
+  static constexpr double SampleSeconds = 100e-6;
+  // The worker threads start once the passes worth sharing add up to this much work. A
+  // second thread costs a millisecond or two over a run: its start, its scratch sized to the
+  // net, and the allocator's locking, which a process with one thread skips. Runs short of
+  // this stay single-threaded.
+  static constexpr double StartSeconds = 5e-3;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
@@ -62,7 +69,8 @@ class WorkerPool {
   std::mutex doneLock_;
   std::condition_variable doneWake_;
   std::atomic<unsigned> running_{0};
-  bool started_ = false;  // the worker threads, at the first shared pass
+  bool started_ = false;        // the worker threads
+  double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
 };
 
 }  // namespace nurex

@@ -1,7 +1,7 @@
 // Persistent cut maps against plain arrays: changes to one copy never show in another, and
 // differences, sizes and hash sums of the marked places agree with a direct computation,
 // for maps small enough to be arrays, large enough to be trees, and pairs of the two.
-// Maps shared between threads give every node back to the pool.
+// Maps shared between threads give every node back to the pool, pinned ones when they go.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -144,56 +144,73 @@ TEST(UnfoldCutMap, GrowingPastTheArrayLimit) {
 }
 
 // Two threads derive maps from shared ones and drop them in either thread, so nodes made
-// on one thread are given back on the other; contents stay exact and no node is lost.
-TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
-  int64_t before = node_pool::blocksInUse();
-  for (uint32_t places : {40u, 3000u}) {
-    std::vector<CutMap> shared;
-    std::vector<Plain> plains;
-    std::mt19937 random(places);
-    for (int i = 0; i < 8; ++i) {
-      CutMap map(places);
-      Plain plain(places, CutMap::None);
-      for (uint32_t k = 0; k < (i + 1) * places / 10; ++k) {
-        uint32_t p = random() % places, b = randomEntry(random, 8);
-        map.set(p, b);
+// on one thread are given back on the other; contents stay exact and no node is lost. When
+// the shared maps are pinned, their nodes stay until the pinned maps go, and only then.
+void shareBetweenThreads(uint32_t places, bool pin) {
+  std::vector<CutMap> built;
+  std::vector<Plain> plains;
+  std::mt19937 random(places);
+  for (int i = 0; i < 8; ++i) {
+    CutMap map(places);
+    Plain plain(places, CutMap::None);
+    for (uint32_t k = 0; k < (i + 1) * places / 10; ++k) {
+      uint32_t p = random() % places, b = randomEntry(random, 8);
+      map.set(p, b);
+      plain[p] = b;
+    }
+    built.push_back(std::move(map));
+    plains.push_back(plain);
+  }
+  int64_t beforePinning = node_pool::blocksInUse();
+  std::vector<PinnedCut> pinned;
+  pinned.reserve(built.size());
+  std::vector<const CutMap*> shared;
+  for (CutMap& map : built) {
+    if (pin) pinned.emplace_back(std::move(map));
+    shared.push_back(pin ? &pinned.back().map() : &map);
+  }
+  std::vector<std::vector<CutMap>> made(2);
+  std::vector<std::vector<Plain>> madePlain(2);
+  auto work = [&](int t) {
+    std::mt19937 r(places + t);
+    for (int step = 0; step < 3000; ++step) {
+      size_t from = r() % shared.size();
+      CutMap next = *shared[from];
+      Plain plain = plains[from];
+      for (int k = r() % 6; k >= 0; --k) {
+        uint32_t p = r() % places, b = randomEntry(r, 5);
+        next.set(p, b);
         plain[p] = b;
       }
-      shared.push_back(map);
-      plains.push_back(plain);
-    }
-    std::vector<std::vector<CutMap>> made(2);
-    std::vector<std::vector<Plain>> madePlain(2);
-    auto work = [&](int t) {
-      std::mt19937 r(places + t);
-      for (int step = 0; step < 3000; ++step) {
-        size_t from = r() % shared.size();
-        CutMap next = shared[from];
-        Plain plain = plains[from];
-        for (int k = r() % 6; k >= 0; --k) {
-          uint32_t p = r() % places, b = randomEntry(r, 5);
-          next.set(p, b);
-          plain[p] = b;
-        }
-        made[t].push_back(std::move(next));
-        madePlain[t].push_back(std::move(plain));
-        if (made[t].size() > 64) {
-          size_t drop = r() % made[t].size();
-          made[t].erase(made[t].begin() + drop);
-          madePlain[t].erase(madePlain[t].begin() + drop);
-        }
+      made[t].push_back(std::move(next));
+      madePlain[t].push_back(std::move(plain));
+      if (made[t].size() > 64) {
+        size_t drop = r() % made[t].size();
+        made[t].erase(made[t].begin() + drop);
+        madePlain[t].erase(madePlain[t].begin() + drop);
       }
-    };
-    std::thread other(work, 1);
-    work(0);
-    other.join();
-    for (int t = 0; t < 2; ++t)
-      for (size_t i = 0; i < made[t].size(); ++i) expectSame(made[t][i], madePlain[t][i]);
-    // The maps that thread 1 made are dropped here, and those of thread 0 on a new thread.
-    made[1].clear();
-    std::thread dropper([&] { made[0].clear(); });
-    dropper.join();
-  }
+    }
+  };
+  std::thread other(work, 1);
+  work(0);
+  other.join();
+  for (int t = 0; t < 2; ++t)
+    for (size_t i = 0; i < made[t].size(); ++i) expectSame(made[t][i], madePlain[t][i]);
+  for (size_t i = 0; i < shared.size(); ++i) expectSame(*shared[i], plains[i]);
+  // The maps that thread 1 made are dropped here, and those of thread 0 on a new thread.
+  made[1].clear();
+  std::thread dropper([&] { made[0].clear(); });
+  dropper.join();
+  EXPECT_EQ(node_pool::blocksInUse(), beforePinning);
+}
+
+TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
+  int64_t before = node_pool::blocksInUse();
+  for (bool pin : {false, true})
+    for (uint32_t places : {40u, 3000u}) {
+      SCOPED_TRACE(std::to_string(places) + (pin ? " places, pinned" : " places"));
+      shareBetweenThreads(places, pin);
+    }
   EXPECT_EQ(node_pool::blocksInUse(), before);
 }
 

@@ -30,17 +30,36 @@ TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
   }
 }
 
-// The caller starts alone; a pass whose items take long must still reach the other threads.
+// The caller starts alone; a pass whose items take long must still reach the other threads,
+// and each item runs once.
 TEST(UnfoldWorkerPool, LongPassesAreShared) {
   WorkerPool pool(2);
   std::atomic<uint32_t> onWorker{0};
-  pool.run(CommandExtend, 400, [&](unsigned worker, uint32_t) {
+  std::vector<std::atomic<int>> seen(401);
+  pool.run(CommandExtend, 400, [&](unsigned worker, uint32_t item) {
     auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
     while (std::chrono::steady_clock::now() < end) {
     }
     if (worker != 0) ++onWorker;
+    ++seen[item];
   });
   EXPECT_GT(onWorker.load(), 0u);
+  for (uint32_t i = 1; i <= 400; ++i) ASSERT_EQ(seen[i].load(), 1) << "item " << i;
+}
+
+// Passes worth sharing that add up to less than the cost of a second thread leave the run
+// on the caller alone.
+TEST(UnfoldWorkerPool, ShortRunsStayOnOneThread) {
+  WorkerPool pool(2);
+  std::atomic<uint32_t> onWorker{0};
+  for (int pass = 0; pass < 3; ++pass)
+    pool.run(CommandExtend, 50, [&](unsigned worker, uint32_t) {
+      auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(10);
+      while (std::chrono::steady_clock::now() < end) {
+      }
+      if (worker != 0) ++onWorker;
+    });
+  EXPECT_EQ(onWorker.load(), 0u);
 }
 
 }  // namespace
