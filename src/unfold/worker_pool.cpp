@@ -69,6 +69,11 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
     if (n < 1) break;
     item(0, static_cast<uint32_t>(n));
     if (shared || workers_.empty() || n < 2) continue;
+    if (eager_.load(std::memory_order_relaxed) > 0) {
+      shared = true;
+      wakeWorkers(command);
+      continue;
+    }
     double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
     if (done == 1) first = elapsed;
     if (done == 1 || elapsed - first < SampleSeconds) continue;

@@ -43,9 +43,19 @@ class WorkerPool {
   // second thread costs a millisecond or two over a run: its start, its scratch sized to the
   // net, and the allocator's locking, which a process with one thread skips. Runs short of
   // this stay single-threaded.
-  static constexpr double StartSeconds = 5e-3;
+  static constexpr double StartSeconds = 8e-3;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
+
+  // While one lives, every pool shares each pass of two items or more at once: tests on
+  // small nets then run through the threads, which timings alone would never start.
+  class EagerSharing {
+   public:
+    EagerSharing() { eager_.fetch_add(1); }
+    ~EagerSharing() { eager_.fetch_sub(1); }
+    EagerSharing(const EagerSharing&) = delete;
+    EagerSharing& operator=(const EagerSharing&) = delete;
+  };
 
  private:
   struct Worker {
@@ -69,6 +79,7 @@ class WorkerPool {
   std::mutex doneLock_;
   std::condition_variable doneWake_;
   std::atomic<unsigned> running_{0};
+  static inline std::atomic<int> eager_{0};
   bool started_ = false;        // the worker threads
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
 };

@@ -12,6 +12,7 @@
 #include "support/state_space.h"
 #include "support/verdicts.h"
 #include "unit/unfold/unfold_test_support.h"
+#include "unfold/worker_pool.h"
 
 namespace nurex::test {
 namespace {
@@ -98,6 +99,7 @@ void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBeh
 }
 
 TEST(UnfoldBenchmarks, SizesMarkingsAndDeterminism) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   std::vector<VerdictRow> rows = readVerdicts();
   ASSERT_GT(rows.size(), 40u);
   for (const VerdictRow& row : rows) {

@@ -14,6 +14,7 @@
 #include "unfold/cut_map.h"
 #include "unfold/node_pool.h"
 #include "unit/unfold/unfold_test_support.h"
+#include "unfold/worker_pool.h"
 
 namespace nurex {
 namespace {
@@ -217,6 +218,7 @@ TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
 // A whole run on two threads, over a ring whose cuts start as arrays and grow into trees:
 // candidates made on one thread and dropped on the other give every node back.
 TEST(UnfoldCutMap, AnUnfolderRunGivesBackEveryNode) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   const int cells = 60;
   std::ostringstream text;
   text << ".dummy";

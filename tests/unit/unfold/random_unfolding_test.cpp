@@ -11,6 +11,7 @@
 #include "support/random_net.h"
 #include "support/state_space.h"
 #include "unit/unfold/unfold_test_support.h"
+#include "unfold/worker_pool.h"
 
 namespace nurex::test {
 namespace {
@@ -63,6 +64,7 @@ std::string unfoldSignature(std::unique_ptr<Net> net, const UnfoldOptions& optio
 }
 
 TEST(UnfoldRandom, SameCompletePrefixForEverySearchAndThreadCount) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   struct Variant {
     Search search;
     int threads;
@@ -90,6 +92,7 @@ TEST(UnfoldRandom, SameCompletePrefixForEverySearchAndThreadCount) {
 // Marked places that no transition touches stay in every cut: past 128 of them the cuts
 // are held as trees, which the searches read through the map instead of a flat copy.
 TEST(UnfoldRandom, LargeCutsGiveACompletePrefix) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   auto padded = [](uint64_t seed) {
     std::unique_ptr<PetriNet> net = randomSafeNet(seed);
     for (int i = 0; i < 150; ++i) {
@@ -127,6 +130,7 @@ RandomNetOptions smallNets() {
 
 // Larger nets, whose relation rows span several words, compared between the methods only.
 TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   RandomNetOptions options;
   options.maxComponents = 5;
   options.maxPlacesPerComponent = 6;
@@ -151,6 +155,7 @@ TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
 }
 
 TEST(UnfoldRandom, EveryOrderGivesACompletePrefix) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   for (uint64_t seed = 300; seed < 400; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     StateSpace space = exploreStateSpace(*randomSafeNet(seed, smallNets()));
@@ -189,6 +194,7 @@ std::vector<uint32_t> traceTransitions(const PetriNet& net, const std::string& t
 // Free nets are mostly unsafe within a step or two; state machines with an extra arc or two
 // become so deeper in the prefix, where the scans by place skip most of their lists.
 TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   int unsafe = 0, deep = 0;
   for (uint32_t extraArcs : {0u, 1u, 2u}) {
     RandomNetOptions options;

@@ -10,6 +10,7 @@
 #include "support/random_net.h"
 #include "support/state_space.h"
 #include "unit/unfold/unfold_test_support.h"
+#include "unfold/worker_pool.h"
 
 namespace nurex::test {
 namespace {
@@ -70,6 +71,7 @@ TEST(UnfoldBehaviour, OnlyCutOffsWarn) {
 }
 
 TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
+  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
   {
     NetBuilder<PetriNet> b;
     b.place("p", 2);

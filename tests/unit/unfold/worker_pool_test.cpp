@@ -35,8 +35,10 @@ TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
 TEST(UnfoldWorkerPool, LongPassesAreShared) {
   WorkerPool pool(2);
   std::atomic<uint32_t> onWorker{0};
-  std::vector<std::atomic<int>> seen(401);
-  pool.run(CommandExtend, 400, [&](unsigned worker, uint32_t item) {
+  // Items of 20 µs, three times the work after which the threads start.
+  const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
+  std::vector<std::atomic<int>> seen(count + 1);
+  pool.run(CommandExtend, count, [&](unsigned worker, uint32_t item) {
     auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
     while (std::chrono::steady_clock::now() < end) {
     }
@@ -44,7 +46,7 @@ TEST(UnfoldWorkerPool, LongPassesAreShared) {
     ++seen[item];
   });
   EXPECT_GT(onWorker.load(), 0u);
-  for (uint32_t i = 1; i <= 400; ++i) ASSERT_EQ(seen[i].load(), 1) << "item " << i;
+  for (uint32_t i = 1; i <= count; ++i) ASSERT_EQ(seen[i].load(), 1) << "item " << i;
 }
 
 // Passes worth sharing that add up to less than the cost of a second thread leave the run
