@@ -19,7 +19,7 @@ uint64_t placeWord(uint32_t place) {
 
 namespace {
 
-constexpr uint32_t LeafClass = 0, InnerClass = 1;
+constexpr uint32_t LeafClass = 1, InnerClass = 3;
 constexpr uint32_t HeaderBytes = 8;
 
 constexpr uint32_t capacityOf(uint32_t sizeClass) { return (node_pool::classBytes[sizeClass] - HeaderBytes) / 8; }
@@ -31,14 +31,14 @@ uint32_t classFor(uint32_t n) {
   return k;
 }
 
-static_assert(node_pool::classBytes[LeafClass] >= HeaderBytes + 16 * sizeof(uint32_t));
-static_assert(node_pool::classBytes[InnerClass] >= HeaderBytes + 16 * sizeof(void*));
+static_assert(node_pool::classBytes[LeafClass] >= HeaderBytes + 24 + 16 * sizeof(uint32_t));
+static_assert(node_pool::classBytes[InnerClass] >= HeaderBytes + 24 + 16 * sizeof(void*));
 static_assert(capacityOf(node_pool::ClassCount - 1) >= CutMap::SparseLimit);
 
 }  // namespace
 
-CutMap::CutMap(uint32_t placeCount) {
-  static_assert(sizeof(Node) == HeaderBytes);
+CutMap::CutMap(uint32_t placeCount, const std::vector<uint32_t>* weights) : weights_(weights) {
+  static_assert(sizeof(Node) == HeaderBytes && sizeof(Totals) == 24);
   for (uint64_t covered = 16; covered < placeCount; covered *= 16) ++levels_;
 }
 
@@ -50,6 +50,7 @@ CutMap::Node* CutMap::allocate(uint32_t sizeClass) {
 
 CutMap::Node* CutMap::newTreeNode(uint32_t level) {
   Node* n = allocate(level == 0 ? LeafClass : InnerClass);
+  totals(n) = Totals{NoOwner, 0, 0, 0};
   for (uint32_t i = 0; i < 16; ++i) {
     if (level == 0) leaf(n)[i] = None;
     else children(n)[i] = nullptr;
@@ -59,6 +60,7 @@ CutMap::Node* CutMap::newTreeNode(uint32_t level) {
 
 CutMap::Node* CutMap::cloneTreeNode(const Node* n, uint32_t level) {
   Node* copy = allocate(n->sizeClass);
+  totals(copy) = totals(n);
   if (level == 0) {
     std::memcpy(leaf(copy), leaf(n), 16 * sizeof(uint32_t));
   } else {
@@ -118,12 +120,12 @@ void CutMap::set(uint32_t place, uint32_t entry) {
   if (!root_ || root_->sparse) {
     if (!sparseSet(place, entry, old)) {
       becomeTree();
-      treeSet(place, entry);
+      treeSet(place, old, entry);
     }
   } else {
     old = treeGet(place);
     if (old == entry) return;
-    treeSet(place, entry);
+    treeSet(place, old, entry);
   }
   account(place, old, entry);
 }
@@ -190,28 +192,57 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
 }
 
 // A node that only this map reaches (one reference, from a parent that is also only ours)
-// is changed in place; any other is copied first.
-void CutMap::treeSet(uint32_t place, uint32_t entry) {
+// is changed in place; any other is copied first. The totals along the path follow the
+// change from `old`.
+void CutMap::treeSet(uint32_t place, uint32_t old, uint32_t entry) {
+  int32_t marked = int32_t(marks(entry)) - int32_t(marks(old));
+  uint64_t sum = marked == 0 ? 0 : marked > 0 ? placeWord(place) : 0 - placeWord(place);
+  uint32_t weight = weightOf(entry) - weightOf(old);
   Node** link = &root_;
   for (uint32_t level = levels_;; --level) {
     Node* n = *link;
     if (!n) {
       n = *link = newTreeNode(level);
+      totals(n).owner = owner_;
     } else if (n->refs.load(std::memory_order_acquire) != 1) {
       Node* copy = cloneTreeNode(n, level);
+      totals(copy).owner = owner_;
       release(n, level);
       n = *link = copy;
+    } else {
+      totals(n).owner = owner_;
     }
+    Totals& t = totals(n);
+    t.marked += marked;
+    t.sum += sum;
+    t.weight += weight;
     if (level == 0) break;
     link = &children(n)[slot(place, level)];
   }
   leaf(*link)[place & 15] = entry;
 }
 
+void CutMap::totalLeaf(Node* n, uint32_t base) const {
+  Totals& t = totals(n);
+  t.marked = 0, t.sum = 0, t.weight = 0;
+  for (uint32_t i = 0; i < 16; ++i) {
+    uint32_t entry = leaf(n)[i];
+    if (marks(entry)) ++t.marked, t.sum += placeWord((base << 4) + i);
+    t.weight += weightOf(entry);
+  }
+}
+
+void CutMap::totalInner(Node* n) {
+  Totals& t = totals(n);
+  t.marked = 0, t.sum = 0, t.weight = 0;
+  for (uint32_t i = 0; i < 16; ++i)
+    if (const Node* c = children(n)[i]) t.marked += totals(c).marked, t.sum += totals(c).sum, t.weight += totals(c).weight;
+}
+
 void CutMap::becomeTree() {
   Node* array = root_;
   root_ = nullptr;
-  for (uint64_t at : pairsOf(array)) treeSet(placeOf(at), entryOf(at));
+  for (uint64_t at : pairsOf(array)) treeSet(placeOf(at), None, entryOf(at));
   release(array, levels_);
 }
 

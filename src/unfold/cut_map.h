@@ -29,9 +29,21 @@ class CutMap {
   static constexpr uint32_t SparseLimit = 128;
   static bool marks(uint32_t entry) { return entry < Consumed; }
 
+  // Stands for the configurations whose cuts hold a node (see owner()); NoOwner for none.
+  static constexpr uint32_t NoOwner = 0xFFFFFFFFu;
+
   CutMap() = default;
-  explicit CutMap(uint32_t placeCount);
-  CutMap(const CutMap& other) : root_(other.root_), levels_(other.levels_), size_(other.size_), sum_(other.sum_) {
+  // `weights`, when given, holds one weight per condition; the map keeps the sum of its
+  // entries' weights, marked or not.
+  explicit CutMap(uint32_t placeCount, const std::vector<uint32_t>* weights = nullptr);
+  CutMap(const CutMap& other)
+      : root_(other.root_),
+        weights_(other.weights_),
+        sum_(other.sum_),
+        levels_(other.levels_),
+        size_(other.size_),
+        weightSum_(other.weightSum_),
+        owner_(other.owner_) {
     retain(root_);
   }
   CutMap(CutMap&& other) noexcept { swap(other); }
@@ -59,6 +71,27 @@ class CutMap {
   bool isArray() const { return !root_ || root_->sparse; }
   // The sum of placeWord over the marked places.
   uint64_t sum() const { return sum_; }
+  // The sum of the weights of all entries.
+  uint32_t weightSum() const { return weightSum_; }
+  // The tag that nodes made by later changes of this map carry: the caller's name for the
+  // configuration whose cut the map becomes. Copies inherit it.
+  void setOwner(uint32_t owner) { owner_ = owner; }
+  uint32_t owner() const { return owner_; }
+  // Makes each entry the later of its own and the other map's, both trees over the same
+  // places. Order policy: `compareOwners(x, y)` is negative when every entry of a node
+  // tagged x is no later than the entry of the same place in any node tagged y, positive
+  // for the converse and 0 when it cannot tell; `later(a, b)` picks between two entries.
+  // Subtrees that the owners decide are taken whole, so the cost follows what neither
+  // side's owner covers.
+  template <class Policy>
+  void mergeLater(const CutMap& other, Policy& policy) {
+    Node* merged = mergeNodes(root_, other.root_, levels_, 0, policy);
+    release(root_, levels_);
+    root_ = merged;
+    size_ = merged ? totals(merged).marked : 0;
+    sum_ = merged ? totals(merged).sum : 0;
+    weightSum_ = merged ? totals(merged).weight : 0;
+  }
   // f(place, condition) for every marked place, by ascending place.
   template <class F>
   void forEach(F&& f) const {
@@ -97,8 +130,16 @@ class CutMap {
     uint8_t sizeClass = 0;
     bool sparse = false;
     // Followed by the payload: (place << 32 | entry) pairs by ascending place if sparse,
-    // else 16 entries in a leaf (level 0) or 16 children above, null for a subtree that
-    // maps nothing.
+    // else Totals and 16 entries in a leaf (level 0) or 16 children above, null for a
+    // subtree that maps nothing.
+  };
+  // Of a tree node: the owner tag of the map that made it, and totals over the entries
+  // below, so that a merge taking a subtree whole knows what it takes.
+  struct Totals {
+    uint32_t owner;
+    uint32_t marked;
+    uint32_t weight;
+    uint64_t sum;
   };
   struct Pairs {
     const uint64_t* first;
@@ -112,10 +153,15 @@ class CutMap {
     auto* p = reinterpret_cast<const uint64_t*>(n + 1);
     return {p, p + n->count};
   }
-  static uint32_t* leaf(Node* n) { return reinterpret_cast<uint32_t*>(n + 1); }
-  static const uint32_t* leaf(const Node* n) { return reinterpret_cast<const uint32_t*>(n + 1); }
-  static Node** children(Node* n) { return reinterpret_cast<Node**>(n + 1); }
-  static Node* const* children(const Node* n) { return reinterpret_cast<Node* const*>(n + 1); }
+  static Totals& totals(Node* n) { return *reinterpret_cast<Totals*>(n + 1); }
+  static const Totals& totals(const Node* n) { return *reinterpret_cast<const Totals*>(n + 1); }
+  static void* treePayload(const Node* n) {
+    return reinterpret_cast<char*>(const_cast<Node*>(n) + 1) + sizeof(Totals);
+  }
+  static uint32_t* leaf(Node* n) { return static_cast<uint32_t*>(treePayload(n)); }
+  static const uint32_t* leaf(const Node* n) { return static_cast<const uint32_t*>(treePayload(n)); }
+  static Node** children(Node* n) { return static_cast<Node**>(treePayload(n)); }
+  static Node* const* children(const Node* n) { return static_cast<Node* const*>(treePayload(n)); }
   static uint32_t placeOf(uint64_t pair) { return static_cast<uint32_t>(pair >> 32); }
   static uint32_t entryOf(uint64_t pair) { return static_cast<uint32_t>(pair); }
 
@@ -135,8 +181,12 @@ class CutMap {
   static void freePinned(Node* n, uint32_t level);
   static uint32_t sparseGet(const Node* n, uint32_t place);
   uint32_t treeGet(uint32_t place) const;
+  uint32_t weightOf(uint32_t entry) const {
+    return weights_ && entry != None ? (*weights_)[entry & ~Consumed] : 0;
+  }
   // Keeps size and sum up to date with the change of one entry.
   void account(uint32_t place, uint32_t old, uint32_t entry) {
+    weightSum_ += weightOf(entry) - weightOf(old);
     if (!marks(old) && marks(entry)) {
       ++size_;
       sum_ += placeWord(place);
@@ -147,14 +197,63 @@ class CutMap {
   }
   // Sets an entry of the sparse root; false if the map must become a tree for it.
   bool sparseSet(uint32_t place, uint32_t entry, uint32_t& old);
-  void treeSet(uint32_t place, uint32_t entry);
+  void treeSet(uint32_t place, uint32_t old, uint32_t entry);
+  void totalLeaf(Node* n, uint32_t base) const;
+  static void totalInner(Node* n);
+  template <class Policy>
+  Node* mergeNodes(Node* a, Node* b, uint32_t level, uint32_t base, Policy& policy) const {
+    if (a == b || !b) {
+      retain(a);
+      return a;
+    }
+    if (!a) {
+      retain(b);
+      return b;
+    }
+    int order = policy.compareOwners(totals(a).owner, totals(b).owner);
+    if (order != 0) {
+      Node* taken = order < 0 ? b : a;
+      retain(taken);
+      return taken;
+    }
+    Node* n = newTreeNode(level);
+    totals(n).owner = owner_;
+    bool likeA = true, likeB = true;
+    for (uint32_t i = 0; i < 16; ++i) {
+      if (level == 0) {
+        uint32_t x = leaf(a)[i], y = leaf(b)[i];
+        uint32_t z = x == y ? x : x == None ? y : y == None ? x : policy.later(x, y);
+        leaf(n)[i] = z;
+        likeA = likeA && z == x;
+        likeB = likeB && z == y;
+      } else {
+        Node* z = mergeNodes(children(a)[i], children(b)[i], level - 1, (base << 4) + i, policy);
+        children(n)[i] = z;
+        likeA = likeA && z == children(a)[i];
+        likeB = likeB && z == children(b)[i];
+      }
+    }
+    // What one side already holds is shared, not copied.
+    if (likeA || likeB) {
+      release(n, level);
+      Node* same = likeA ? a : b;
+      retain(same);
+      return same;
+    }
+    if (level == 0) totalLeaf(n, base);
+    else totalInner(n);
+    return n;
+  }
   void becomeTree();
   static Pairs expand(const Node* tree, uint32_t levels, std::vector<uint64_t>& out);
   void swap(CutMap& other) noexcept {
     std::swap(root_, other.root_);
+    std::swap(weights_, other.weights_);
+    std::swap(sum_, other.sum_);
     std::swap(levels_, other.levels_);
     std::swap(size_, other.size_);
-    std::swap(sum_, other.sum_);
+    std::swap(weightSum_, other.weightSum_);
+    std::swap(owner_, other.owner_);
   }
   static uint32_t slot(uint32_t place, uint32_t level) { return (place >> (4 * level)) & 15; }
 
@@ -199,9 +298,12 @@ class CutMap {
   }
 
   Node* root_ = nullptr;  // null: no entries
-  uint32_t levels_ = 0;   // of the tree form, above the leaves
-  uint32_t size_ = 0;
+  const std::vector<uint32_t>* weights_ = nullptr;
   uint64_t sum_ = 0;
+  uint32_t levels_ = 0;  // of the tree form, above the leaves
+  uint32_t size_ = 0;
+  uint32_t weightSum_ = 0;
+  uint32_t owner_ = NoOwner;
 };
 
 // A map whose nodes stay until it goes: maps derived from it copy and drop them without

@@ -59,6 +59,7 @@ void ExtensionWorker::fail(uint32_t position, std::string text) {
 void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::vector<Condition*>& preset) {
   auto* candidate = new Candidate;
   candidate->transition = t;
+  candidate->owner = state.newOwner();
   candidate->data.reserve(preset.size());
   for (const Condition* b : preset) candidate->data.push_back(b->index);
   std::sort(candidate->data.begin(), candidate->data.end());
@@ -73,7 +74,7 @@ void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::v
 void ExtensionWorker::seed(const UnfoldState& state) {
   prepare(state);
   position_ = 0;
-  describer_.setBase(state, 0, state.initialCut.map(), 0, 0);
+  describer_.setBase(state, 0, state.initialCut.map(), NoIndex);
   for (Transition* t : state.net.transitions)
     if (t->preset.empty()) emit(state, t, std::vector<Condition*>{});
   for (uint32_t i = 0; i < state.initialCount; ++i)
@@ -86,7 +87,7 @@ void ExtensionWorker::extend(const UnfoldState& state, uint32_t position) {
   Event* e = state.events[state.batchEventsBegin + position];
   const Candidate& own = *(*state.batch)[position];
   uint32_t index = e->index;
-  describer_.setBase(state, own.size, own.cut, state.postsetBegin[index], state.postsetBegin[index + 1]);
+  describer_.setBase(state, own.size, own.cut, index);
   method_ = chooseMethod(state, e);
   switch (method_) {
     case CoMethod::Closure: {

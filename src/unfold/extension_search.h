@@ -43,6 +43,7 @@ class alignas(64) ExtensionWorker {
   ConfigurationSummary summarize(const UnfoldState& state, const Candidate& candidate, int order);
 
   CandidateQueue& queue() { return queue_; }
+  const CandidateDescriber& describer() const { return describer_; }
   RowScratch& rowScratch() { return rowScratch_; }
   // The first error of the pass, by batch position: empty if none.
   bool hasError() const { return errorPosition_ != NoError; }

@@ -1,6 +1,8 @@
 // Local configuration walks and the description of possible extensions.
 #include "unfold/local_configuration.h"
 
+#include <cassert>
+
 namespace nurex {
 
 // The collected events double as the stack: each is expanded once, in order.
@@ -91,11 +93,13 @@ bool MarkingComparer::same(const UnfoldState& state, uint32_t f, const Candidate
   return same;
 }
 
-void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin,
-                                 uint32_t rangeEnd) {
+void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t baseEvent) {
   baseSize_ = size;
+  baseEvent_ = baseEvent;
   changes_.clear();
-  for (uint32_t b = rangeBegin; b < rangeEnd; ++b) changes_.push_back(CutMap::pair(state.conditionPlace[b], b));
+  if (baseEvent != NoIndex)
+    for (uint32_t b = state.postsetBegin[baseEvent]; b < state.postsetBegin[baseEvent + 1]; ++b)
+      changes_.push_back(CutMap::pair(state.conditionPlace[b], b));
   std::sort(changes_.begin(), changes_.end());
   CutMap base = cut;
   base.setMany(changes_);
@@ -110,22 +114,107 @@ void CandidateDescriber::setBase(const UnfoldState& state, uint32_t size, const 
 // base's conditions precede the added ones on every place.
 Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candidate) {
   std::span<const uint32_t> preset = candidate.preset();
+  uint32_t depth = 0;
+  for (uint32_t b : preset) depth = std::max(depth, state.depthOf(state.conditions[b]));
+  candidate.depth = depth + 1;
+  bool merged = mergePartners(state, candidate);
+  if (!merged) {
+    walkAdded(state, candidate);
+    if (!baseCut_.map().isArray()) ++treeWalks_, treeWalkAdded_ += addedList_.size();
+  }
+#ifndef NDEBUG
+  // Both ways must describe a candidate alike; the weights must count its events.
+  if (merged) {
+    Candidate walked = candidate;
+    walkAdded(state, walked);
+    bool same = walked.size == candidate.size && walked.cut.size() == candidate.cut.size() &&
+                walked.cut.sum() == candidate.cut.sum() && walked.cut.weightSum() == candidate.cut.weightSum();
+    CutMap::forEachDifference(walked.cut, candidate.cut, [&same](uint32_t, uint32_t, uint32_t) { same = false; });
+    assert(same);
+  }
+  if (state.weightsCountEvents) assert(candidate.size == candidate.cut.weightSum() + 1);
+#endif
+  uint64_t sum = candidate.cut.sum();
+  for (Place* p : candidate.transition->postset) {
+    if (CutMap::marks(candidate.cut.get(p->index))) {
+      past_.walk(state, preset);
+      return p;
+    }
+    sum += placeWord(p->index);
+  }
+  candidate.hash = finishHash(sum);
+  return nullptr;
+}
+
+// Which entry of a place is later on its chain, and whether all entries of one cut node
+// are no later than those of another: a node made for a candidate holds entries of its
+// configuration's cut, so any node made for an event in the past of the other's is below.
+struct LaterEntries {
+  const UnfoldState& state;
+  int compareOwners(uint32_t x, uint32_t y) const {
+    if (x == y) return 0;
+    if (x == UnfoldState::InitialOwner) return -1;
+    if (y == UnfoldState::InitialOwner) return 1;
+    uint32_t f = state.eventOfOwner(x), g = state.eventOfOwner(y);
+    if (f == NoIndex || g == NoIndex) return 0;
+    if (state.precedes(f, g)) return -1;
+    if (state.precedes(g, f)) return 1;
+    return 0;
+  }
+  uint32_t later(uint32_t x, uint32_t y) const {
+    uint32_t b = x & ~CutMap::Consumed, c = y & ~CutMap::Consumed;
+    if (b == c) return x | y;  // consumed in either: consumed in the union
+    return state.chain[b].index > state.chain[c].index ? x : y;
+  }
+};
+
+// ⌈e⌉ is the union of the base and the configurations of the other producers of e's
+// preset, so its cut is the entrywise later of their cuts; merging the kept cuts of those
+// producers costs what the owners of their nodes cannot decide, which on long pipelines is
+// far less than what the union adds to the base. Needs the base and every other producer's
+// cut as trees, and weights that count events for the size.
+bool CandidateDescriber::mergePartners(const UnfoldState& state, Candidate& candidate) {
+  if (!state.keepCuts || baseCut_.map().isArray()) return false;
+  others_.clear();
+  for (uint32_t b : candidate.preset()) {
+    uint32_t g = state.conditionProducer[b];
+    if (g == NoIndex || g == baseEvent_ || std::find(others_.begin(), others_.end(), g) != others_.end()) continue;
+    if (!state.keptCut(g)) return false;
+    others_.push_back(g);
+  }
+  CutMap& cut = candidate.cut;
+  cut = baseCut_.map();
+  cut.setOwner(candidate.owner);
+  LaterEntries order{state};
+  for (uint32_t g : others_) {
+    cut.mergeLater(*state.keptCut(g), order);
+    for (uint32_t b = state.postsetBegin[g]; b < state.postsetBegin[g + 1]; ++b) {
+      uint32_t place = state.conditionPlace[b], h = cut.get(place);
+      if (h == CutMap::None || order.later(h, b) == b) cut.set(place, b);
+    }
+  }
+  for (uint32_t b : candidate.preset()) {
+    assert(cut.get(state.conditionPlace[b]) == b);
+    cut.set(state.conditionPlace[b], b | CutMap::Consumed);
+  }
+  candidate.size = cut.weightSum() + 1;
+  return true;
+}
+
+void CandidateDescriber::walkAdded(const UnfoldState& state, Candidate& candidate) {
+  std::span<const uint32_t> preset = candidate.preset();
   added_.next();
   consumed_.next();
   addedList_.clear();
   removed_.clear();
-  uint32_t depth = 0;
-  for (uint32_t b : preset) {
-    depth = std::max(depth, state.depthOf(state.conditions[b]));
-    addProducerOf(state, b);
-  }
-  candidate.depth = depth + 1;
+  for (uint32_t b : preset) addProducerOf(state, b);
   for (size_t i = 0; i < addedList_.size(); ++i)
     for (uint32_t b : state.presetOf(addedList_[i])) addProducerOf(state, b);
   candidate.size = baseSize_ + static_cast<uint32_t>(addedList_.size()) + 1;
 
   CutMap& cut = candidate.cut;
   cut = baseCut_.map();
+  cut.setOwner(candidate.owner);
   gather_ = cut.isArray();
   changed_.next();
   changedPlaces_.clear();
@@ -147,17 +236,6 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
     for (uint32_t p : changedPlaces_) changes_.push_back(CutMap::pair(p, newEntry_[p]));
     cut.setMany(changes_);
   }
-
-  uint64_t sum = cut.sum();
-  for (Place* p : candidate.transition->postset) {
-    if (CutMap::marks(entry(p->index))) {
-      past_.walk(state, preset);
-      return p;
-    }
-    sum += placeWord(p->index);
-  }
-  candidate.hash = finishHash(sum);
-  return nullptr;
 }
 
 }  // namespace nurex

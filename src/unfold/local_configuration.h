@@ -90,10 +90,15 @@ class CandidateDescriber {
     if (newEntry_.size() < state.net.places.size()) newEntry_.resize(state.net.places.size());
   }
   // The base: its size and its cut, given as a map and a range of condition numbers to add.
-  void setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t rangeBegin, uint32_t rangeEnd);
+  // The base: its size and the cut of its configuration without the base event's postset,
+  // which is added; NoIndex for the empty configuration, given by the initial cut.
+  void setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t baseEvent);
   // Fills size, depth, cut and hash of a candidate whose transition is set and whose data
   // holds the preset. Returns the place that [e] would mark twice, or null.
   Place* describe(const UnfoldState& state, Candidate& candidate);
+  // Walks over what candidates add to a base held as a tree, and the events they added.
+  uint64_t treeWalks() const { return treeWalks_; }
+  uint64_t treeWalkAdded() const { return treeWalkAdded_; }
   // Membership in the base's cut.
   const CutIndex& baseCut() const { return baseCut_; }
   // The events of ⌈e⌉ = [e] without e, after describe has found a place marked twice.
@@ -117,10 +122,15 @@ class CandidateDescriber {
     if (!gather_) cut.set(place, entry);
   }
   uint32_t entry(uint32_t place) const { return changed_.has(place) ? newEntry_[place] : baseCut_.entry(place); }
+  bool mergePartners(const UnfoldState& state, Candidate& candidate);
+  void walkAdded(const UnfoldState& state, Candidate& candidate);
   PastWalker past_;
   StampSet added_, consumed_, changed_;
   CutIndex baseCut_;
   uint32_t baseSize_ = 0;
+  uint32_t baseEvent_ = NoIndex;
+  std::vector<uint32_t> others_;  // producers of a preset besides the base event
+  uint64_t treeWalks_ = 0, treeWalkAdded_ = 0;
   bool gather_ = false;
   std::vector<uint32_t> addedList_, removed_, changedPlaces_, newEntry_;
   std::vector<uint64_t> changes_;

@@ -69,9 +69,15 @@ bool Unfolder::start() {
     state_.addPlaceCondition(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(NoIndex);
+    state_.chain.push_back({1, NoIndex, c->index});
+    state_.conditionWeight.push_back(0);
   }
   state_.initialCount = state_.conditions.size();
-  CutMap initialCut(static_cast<uint32_t>(net.places.size()));
+  state_.weightsCountEvents = std::none_of(net.transitions.begin(), net.transitions.end(),
+                                           [](const Transition* t) { return t->postset.empty(); });
+  state_.keepCuts = state_.weightsCountEvents && state_.options.keep_cuts == 1;
+  CutMap initialCut(static_cast<uint32_t>(net.places.size()), &state_.conditionWeight);
+  initialCut.setOwner(UnfoldState::InitialOwner);
   for (uint32_t b = 0; b < state_.initialCount; ++b) initialCut.set(state_.conditionPlace[b], b);
   state_.initialCut = PinnedCut(std::move(initialCut));
   state_.postsetBegin.assign(1, state_.initialCount);
@@ -364,9 +370,50 @@ void Unfolder::commitEvent(uint32_t i) {
     state_.conditionProducer.push_back(e->index);
     if (!cutOff) state_.addPlaceCondition(c);
     e->postset.push_back(c);
+    linkChain(c->index, candidate->cut.get(p->index), c == e->postset[0]);
   }
   state_.postsetBegin.push_back(state_.conditions.size());
   if (!cutOff) state_.batchExtended.push_back(i);
+  if (!state_.keepCuts) return;
+  state_.eventCut.resize(e->index);
+  state_.eventCut.push_back(!cutOff && !candidate->cut.isArray() ? candidate->cut : CutMap());
+  if (!cutOff) {
+    if (state_.ownerEvent.size() <= candidate->owner) state_.ownerEvent.resize(candidate->owner + 1, NoIndex);
+    state_.ownerEvent[candidate->owner] = e->index;
+  }
+}
+
+// Walking what a candidate adds to its base costs about the events added; merging the kept
+// cuts of its preset's producers costs what their owners cannot decide, and keeping the
+// cuts costs memory. Cuts are kept, for good, once the walks over tree cuts have shown to
+// add many events each (long pipelines: about a sixth of their stages).
+void Unfolder::considerKeepingCuts() {
+  if (state_.keepCuts || !state_.weightsCountEvents || state_.options.keep_cuts == 0) return;
+  uint64_t walks = 0, added = 0;
+  for (ExtensionWorker& w : workers_) {
+    walks += w.describer().treeWalks();
+    added += w.describer().treeWalkAdded();
+  }
+  if (walks >= KeepCutsAfterWalks && added >= KeepCutsAdded * walks) state_.keepCuts = true;
+}
+
+// A new condition continues the chain that its producer's cut ends on its place (the entry
+// there is consumed or absent, or the net would not be safe). Jump pointers after Myers'
+// skew-binary random-access lists: an ancestor is found in logarithmic steps.
+void Unfolder::linkChain(uint32_t b, uint32_t entry, bool first) {
+  std::vector<ChainLink>& chain = state_.chain;
+  uint32_t parent = entry == CutMap::None ? NoIndex : entry & ~CutMap::Consumed;
+  uint32_t weight = first ? 1 : 0;
+  if (parent == NoIndex) {
+    chain.push_back({1, NoIndex, b});
+  } else {
+    const ChainLink& up = chain[parent];
+    const ChainLink& upJump = chain[up.jump];
+    bool skip = up.index - upJump.index == upJump.index - chain[upJump.jump].index;
+    chain.push_back({up.index + 1, parent, skip ? upJump.jump : parent});
+    weight += state_.conditionWeight[parent];
+  }
+  state_.conditionWeight.push_back(weight);
 }
 
 // The marking table learns the non-cut-offs, and cut-offs get their correspondents.
@@ -460,6 +507,7 @@ bool Unfolder::run() {
     if (state_.relation && batch_.size() + state_.conditions.size() > state_.relation->limit()) dropRelation();
     commit();
     bool extended = extendBatch();
+    considerKeepingCuts();
     for (Candidate* c : batch_) delete c;
     batch_.clear();
     state_.batch = nullptr;

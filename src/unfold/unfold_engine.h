@@ -54,6 +54,9 @@ class Unfolder {
   void prefetchBucket(uint32_t position) const;
   void commit();
   void commitEvent(uint32_t position);
+  void linkChain(uint32_t condition, uint32_t entry, bool first);
+  static constexpr uint64_t KeepCutsAfterWalks = 64, KeepCutsAdded = 16;
+  void considerKeepingCuts();
   void recordMarkings();
   bool extendBatch();
   bool reportWorkerError();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -21,6 +22,7 @@ namespace nurex {
 struct Candidate {
   Transition* transition = nullptr;
   uint64_t hash = 0;       // of the marking
+  uint32_t owner = 0;      // tag of the cut nodes made for it (UnfoldState::newOwner)
   uint32_t size = 0;       // |[e]|
   uint32_t depth = 0;      // causal depth of e (its Foata level), from 1
   std::vector<uint32_t> data;  // preset condition numbers, ascending
@@ -49,6 +51,15 @@ struct CutOffDecision {
   Event* earlier = nullptr;     // Earlier: an event of an earlier batch
   uint32_t position = 0;        // SameBatch: the position of the correspondent in the batch
   std::vector<Event*> maximal;  // NonLocal: the maximal events of the configuration found
+};
+
+// On a place, the conditions of one configuration of a safe net follow each other (two
+// concurrent ones would mark it twice): each condition continues the chain of its place's
+// conditions in the past of its producer.
+struct ChainLink {
+  uint32_t index;   // from 1 at the chain's first condition
+  uint32_t parent;  // the condition before, or NoIndex
+  uint32_t jump;    // an earlier condition of the chain, for look-ups in logarithmic steps
 };
 
 // The three ways of finding the conditions concurrent with a new event's postset.
@@ -85,6 +96,49 @@ struct UnfoldState {
   std::vector<uint32_t> postsetBegin;      // first postset condition, one entry more than events
   std::vector<uint32_t> conditionPlace;
   std::vector<uint32_t> conditionProducer;  // NoIndex for initial conditions
+
+  // A configuration's cut, with each unmarked place holding the last condition consumed on
+  // it, ends every place chain of the configuration. A condition weighs 1 when it is the
+  // first postset condition of its producer, and the chain's weights add up in
+  // conditionWeight: so the weights of a cut's entries add up to the number of events of
+  // the configuration, when every transition has a postset (weightsCountEvents).
+  std::vector<ChainLink> chain;
+  std::vector<uint32_t> conditionWeight;
+  bool weightsCountEvents = false;
+  // Per event, once keepCuts is set: the candidate's cut (Candidate::cut) of non-cut-offs
+  // whose cut is a tree, from which the cuts of later candidates are merged; else an empty
+  // map. Kept only where walking what candidates add has shown to cost more than merging.
+  bool keepCuts = false;
+  std::vector<CutMap> eventCut;
+  const CutMap* keptCut(uint32_t g) const {
+    return g < eventCut.size() && !eventCut[g].isArray() ? &eventCut[g] : nullptr;
+  }
+  // Cut nodes carry the owner tag of the candidate that made them; once the candidate is an
+  // event with a kept cut, ownerEvent maps the tag to it. Tags of the initial cut: InitialOwner.
+  static constexpr uint32_t InitialOwner = CutMap::NoOwner - 1;
+  mutable std::atomic<uint32_t> owners{0};
+  std::vector<uint32_t> ownerEvent;
+  uint32_t newOwner() const { return owners.fetch_add(1, std::memory_order_relaxed); }
+  uint32_t eventOfOwner(uint32_t owner) const { return owner < ownerEvent.size() ? ownerEvent[owner] : NoIndex; }
+  // Whether b lies on the chain that ends with c.
+  bool chainHolds(uint32_t c, uint32_t b) const {
+    uint32_t target = chain[b].index;
+    if (chain[c].index < target) return false;
+    while (chain[c].index > target) {
+      uint32_t j = chain[c].jump;
+      c = chain[j].index >= target ? j : chain[c].parent;
+    }
+    return c == b;
+  }
+  // Whether f lies in the past of g, f ≠ g, told by the chain of f's first postset condition
+  // in the stored cut of g; false when g has none (conservative: callers only lose time).
+  bool precedes(uint32_t f, uint32_t g) const {
+    const CutMap* cut = keptCut(g);
+    if (!cut || eventDepth[f] >= eventDepth[g] || postsetBegin[f] == postsetBegin[f + 1]) return false;
+    uint32_t b = postsetBegin[f];
+    uint32_t c = cut->get(conditionPlace[b]);
+    return c != CutMap::None && chainHolds(c & ~CutMap::Consumed, b);
+  }
 
   // The batch being extended: events [batchEventsBegin, events.size()), made from the
   // candidates of `batch` in that order; their postset conditions start at batchConditionsBegin.

@@ -22,6 +22,9 @@ struct UnfoldOptions {
   int32_t order = 3;                     // adequate order, 0 to 4
   int32_t conc_rel_size = 40000;         // node limit of the concurrency relation; 0: no relation
   int32_t solver = 1;                    // SAT solver of the correspondent search
+  // Whether cuts of events are kept to merge those of later candidates: -1 once the run
+  // shows that it pays, 0 never, 1 from the start (same prefix either way).
+  int32_t keep_cuts = -1;
 };
 
 // The values with which a modified STG is unfolded again: all cores, order 3, a relation

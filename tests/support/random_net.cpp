@@ -66,10 +66,15 @@ void composeStateMachines(Net& net, Draw& draw, const RandomNetOptions& o) {
   uint32_t transitions = draw.between((o.maxTransitions + 1) / 2, o.maxTransitions);
   for (uint32_t i = 0; i < transitions; ++i) {
     Transition* t = newTransition(net);
-    uint32_t joined = draw.between(1, std::min(o.maxSynchronised, components));
-    std::vector<uint32_t> order(components);
-    for (uint32_t k = 0; k < components; ++k) order[k] = k;
-    for (uint32_t k = 0; k < joined; ++k) std::swap(order[k], order[draw.between(k, components - 1)]);
+    uint32_t first = 0, range = components;
+    if (o.window && o.window < components) {
+      range = o.window;
+      first = draw.between(0, components - range);
+    }
+    uint32_t joined = draw.between(1, std::min(o.maxSynchronised, range));
+    std::vector<uint32_t> order(range);
+    for (uint32_t k = 0; k < range; ++k) order[k] = first + k;
+    for (uint32_t k = 0; k < joined; ++k) std::swap(order[k], order[draw.between(k, range - 1)]);
     for (uint32_t k = 0; k < joined; ++k) {
       const auto& component = places[order[k]];
       addArcOnce(component[draw.between(0, component.size() - 1)], t);

@@ -14,6 +14,9 @@ struct RandomNetOptions {
   uint32_t maxPlacesPerComponent = 5;
   uint32_t maxTransitions = 12;
   uint32_t maxSynchronised = 3;  // components that one transition may join
+  // When set, a transition joins only components within this many of one another in their
+  // order, so that long nets stay chains of local choices and their prefixes stay small.
+  uint32_t window = 0;
   // Chance (in percent) of drawing a net with free random arcs instead, kept only if the
   // explicit-state checker finds it safe within the state limit.
   uint32_t freeArcsPercent = 30;

@@ -215,6 +215,108 @@ TEST(UnfoldCutMap, MapsSharedBetweenThreads) {
   EXPECT_EQ(node_pool::blocksInUse(), before);
 }
 
+// Merges order entries by their numbers, and owners by a table: a node tagged x is below
+// one tagged y when every map tagged y was derived from maps tagged x by raising entries.
+struct NumberOrder {
+  const std::vector<std::vector<uint32_t>>* below = nullptr;  // below[y]: tags under y
+  int decided = 0;
+  int compareOwners(uint32_t x, uint32_t y) {
+    if (!below || x == y || x >= below->size() || y >= below->size()) return 0;
+    auto under = [&](uint32_t a, uint32_t b) {
+      return std::find((*below)[b].begin(), (*below)[b].end(), a) != (*below)[b].end();
+    };
+    int order = under(x, y) ? -1 : under(y, x) ? 1 : 0;
+    decided += order != 0;
+    return order;
+  }
+  uint32_t later(uint32_t x, uint32_t y) const {
+    uint32_t b = x & ~CutMap::Consumed, c = y & ~CutMap::Consumed;
+    return b == c ? x | y : b > c ? x : y;
+  }
+};
+
+Plain laterOf(const Plain& x, const Plain& y, const NumberOrder& order) {
+  Plain z(x.size());
+  for (size_t p = 0; p < x.size(); ++p)
+    z[p] = x[p] == CutMap::None ? y[p] : y[p] == CutMap::None ? x[p] : order.later(x[p], y[p]);
+  return z;
+}
+
+// A family of trees, each derived from one or two earlier ones (merged) by raising entries,
+// so that an earlier tag is below a later one wherever the family says so. Merging any two
+// gives the entrywise later, with sizes, sums and weights of a direct count; tags decide
+// some subtrees whole; and merged maps stay independent of their sources.
+TEST(UnfoldCutMap, MergesTakeTheLaterEntryAndShareWhatTagsDecide) {
+  const uint32_t places = 700;
+  std::vector<uint32_t> weights(4000);
+  for (uint32_t b = 0; b < weights.size(); ++b) weights[b] = b % 7;
+  int64_t before = node_pool::blocksInUse();
+  {
+    std::mt19937 random(7);
+    std::vector<std::vector<uint32_t>> below;
+    NumberOrder order{&below};
+    CutMap root(places, &weights);
+    Plain rootPlain(places, CutMap::None);
+    for (uint32_t p = 0; p < places; p += 2) root.set(p, p), rootPlain[p] = p;
+    std::vector<CutMap> maps;
+    std::vector<Plain> plains;
+    for (uint32_t tag = 0; tag < 40; ++tag) {
+      std::vector<uint32_t> under;
+      CutMap next = root;
+      Plain plain = rootPlain;
+      if (!maps.empty()) {
+        size_t a = random() % maps.size();
+        next = maps[a];
+        plain = plains[a];
+        under = below[a];
+        under.push_back(static_cast<uint32_t>(a));
+        if (random() % 2) {
+          size_t c = random() % maps.size();
+          next.setOwner(tag);
+          next.mergeLater(maps[c], order);
+          plain = laterOf(plain, plains[c], order);
+          under.insert(under.end(), below[c].begin(), below[c].end());
+          under.push_back(static_cast<uint32_t>(c));
+        }
+      }
+      next.setOwner(tag);
+      // Raise a few entries, in a burst of neighbouring places or scattered.
+      uint32_t start = random() % places;
+      for (int k = random() % 12; k >= 0; --k) {
+        uint32_t p = random() % 3 ? (start + k) % places : random() % places;
+        uint32_t b = (plain[p] == CutMap::None ? 700 : (plain[p] & ~CutMap::Consumed) + 1 + random() % 5);
+        if (random() % 4 == 0) b |= CutMap::Consumed;
+        if (b >= weights.size()) continue;
+        next.set(p, b);
+        plain[p] = b;
+      }
+      maps.push_back(next);
+      plains.push_back(plain);
+      below.push_back(under);
+    }
+    auto expectWeights = [&](const CutMap& map, const Plain& plain) {
+      uint32_t weight = 0;
+      for (uint32_t b : plain)
+        if (b != CutMap::None) weight += weights[b & ~CutMap::Consumed];
+      EXPECT_EQ(map.weightSum(), weight);
+    };
+    for (size_t i = 0; i < maps.size(); ++i)
+      for (size_t j = 0; j < maps.size(); ++j) {
+        SCOPED_TRACE("merge " + std::to_string(i) + " with " + std::to_string(j));
+        CutMap merged = maps[i];
+        merged.setOwner(1000);
+        merged.mergeLater(maps[j], order);
+        Plain expected = laterOf(plains[i], plains[j], order);
+        expectSame(merged, expected);
+        expectWeights(merged, expected);
+        merged.set(1, 3999);  // a change to the merge leaves both sources alone
+      }
+    for (size_t i = 0; i < maps.size(); ++i) expectSame(maps[i], plains[i]);
+    EXPECT_GT(order.decided, 100);
+  }
+  EXPECT_EQ(node_pool::blocksInUse(), before);
+}
+
 // A whole run on two threads, over a ring whose cuts start as arrays and grow into trees:
 // candidates made on one thread and dropped on the other give every node back.
 TEST(UnfoldCutMap, AnUnfolderRunGivesBackEveryNode) {
