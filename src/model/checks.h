@@ -31,6 +31,11 @@ bool runLoadChecks(const Unit& unit);
 
 // Signs of events and initial values of signals; false (with an error) if inconsistent.
 bool inferSignalValues(StgPrefix& prefix);
+// For tests, which hold the fast counts against the walk: per event, the occurrences of its
+// own signal in its local configuration, or false where they are declined; and the
+// inference with every count taken from the walk.
+bool signalCountsWithoutWalk(const StgPrefix& prefix, std::vector<uint32_t>& count);
+bool inferSignalValuesByWalk(StgPrefix& prefix);
 
 // The trace text of a local configuration: transition names by ascending event index.
 std::string localConfigurationTrace(Event* e);
