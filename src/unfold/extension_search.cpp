@@ -60,7 +60,7 @@ void ExtensionWorker::emit(const UnfoldState& state, Transition* t, const std::v
   auto* candidate = new Candidate;
   candidate->transition = t;
   candidate->owner = state.newOwner();
-  candidate->data.reserve(preset.size());
+  candidate->data.reserve(preset.size() + t->postset.size());
   for (const Condition* b : preset) candidate->data.push_back(b->index);
   std::sort(candidate->data.begin(), candidate->data.end());
   if (Place* twice = describer_.describe(state, *candidate)) {

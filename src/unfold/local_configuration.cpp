@@ -136,10 +136,12 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
 #endif
   uint64_t sum = candidate.cut.sum();
   for (Place* p : candidate.transition->postset) {
-    if (CutMap::marks(candidate.cut.get(p->index))) {
+    uint32_t entry = candidate.cut.get(p->index);
+    if (CutMap::marks(entry)) {
       past_.walk(state, preset);
       return p;
     }
+    candidate.data.push_back(entry);
     sum += placeWord(p->index);
   }
   candidate.hash = finishHash(sum);

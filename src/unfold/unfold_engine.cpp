@@ -361,6 +361,7 @@ void Unfolder::commitEvent(uint32_t i) {
   sizeSum_ += candidate->size;
   state_.eventTransition.push_back(candidate->transition->index);
   bool cutOff = decisions_[i].kind != Decision::NotCutOff;
+  std::span<const uint32_t> entries = candidate->postsetEntries();
   for (Place* p : candidate->transition->postset) {
     auto* c = new Condition;
     c->producer = e;
@@ -370,7 +371,7 @@ void Unfolder::commitEvent(uint32_t i) {
     state_.conditionProducer.push_back(e->index);
     if (!cutOff) state_.addPlaceCondition(c);
     e->postset.push_back(c);
-    linkChain(c->index, candidate->cut.get(p->index), c == e->postset[0]);
+    linkChain(c->index, entries[e->postset.size() - 1], e->postset.size() == 1);
   }
   state_.postsetBegin.push_back(state_.conditions.size());
   if (!cutOff) state_.batchExtended.push_back(i);

@@ -25,10 +25,13 @@ struct Candidate {
   uint32_t owner = 0;      // tag of the cut nodes made for it (UnfoldState::newOwner)
   uint32_t size = 0;       // |[e]|
   uint32_t depth = 0;      // causal depth of e (its Foata level), from 1
-  std::vector<uint32_t> data;  // preset condition numbers, ascending
-  CutMap cut;                  // final cut of [e] without e's own postset, by place
+  // The preset's condition numbers, ascending; then, once described, the cut's entry on each
+  // postset place, which the new conditions continue (read while the cut is in cache).
+  std::vector<uint32_t> data;
+  CutMap cut;  // final cut of [e] without e's own postset, by place
 
-  std::span<const uint32_t> preset() const { return data; }
+  std::span<const uint32_t> preset() const { return {data.data(), transition->preset.size()}; }
+  std::span<const uint32_t> postsetEntries() const { return std::span<const uint32_t>(data).subspan(transition->preset.size()); }
   uint32_t markingSize() const { return cut.size() + static_cast<uint32_t>(transition->postset.size()); }
   bool marks(uint32_t place) const {
     if (CutMap::marks(cut.get(place))) return true;
