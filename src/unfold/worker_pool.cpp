@@ -83,6 +83,7 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
       if (!counted) worthSharing_ += rest;
       counted = true;
       if (worthSharing_ < StartSeconds) continue;
+      if (worthSharing_ < StartShare * std::chrono::duration<double>(Clock::now() - born_).count()) continue;
     }
     shared = true;
     wakeWorkers(command);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -44,6 +45,9 @@ class WorkerPool {
   // net, and the allocator's locking, which a process with one thread skips. Runs short of
   // this stay single-threaded.
   static constexpr double StartSeconds = 8e-3;
+  // Nor before those passes make this share of the run so far: where they make less, the
+  // part that two threads could shorten is too small to pay for the second one.
+  static constexpr double StartShare = 0.4;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
@@ -82,6 +86,7 @@ class WorkerPool {
   static inline std::atomic<int> eager_{0};
   bool started_ = false;        // the worker threads
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
+  std::chrono::steady_clock::time_point born_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace nurex

@@ -64,5 +64,24 @@ TEST(UnfoldWorkerPool, ShortRunsStayOnOneThread) {
   EXPECT_EQ(onWorker.load(), 0u);
 }
 
+// The same long pass after a long stretch of work outside the passes: what two threads
+// could shorten is too small a part of the run for a second one.
+TEST(UnfoldWorkerPool, PassesThatAreASmallPartOfTheRunStayOnOneThread) {
+  WorkerPool pool(2);
+  auto busy = [](std::chrono::microseconds length) {
+    auto end = std::chrono::steady_clock::now() + length;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+  };
+  busy(std::chrono::microseconds(static_cast<int64_t>(20 * WorkerPool::StartSeconds / WorkerPool::StartShare * 1e6)));
+  std::atomic<uint32_t> onWorker{0};
+  const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
+  pool.run(CommandExtend, count, [&](unsigned worker, uint32_t) {
+    busy(std::chrono::microseconds(20));
+    if (worker != 0) ++onWorker;
+  });
+  EXPECT_EQ(onWorker.load(), 0u);
+}
+
 }  // namespace
 }  // namespace nurex::test
