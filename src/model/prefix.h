@@ -69,11 +69,11 @@ class CutOffLink {
 
 struct Event {
   uint32_t index = NoIndex;
+  uint32_t sign = SignNone;  // Stg only: 0 plus, 1 minus, 2 none
   PtrArray<Condition> preset;  // by index
   Transition* transition = nullptr;
   CutOffLink correspondent;
   PtrArray<Condition> postset;  // by index
-  uint32_t sign = SignNone;     // Stg only: 0 plus, 1 minus, 2 none
 };
 
 struct MpEvent;

@@ -12,8 +12,9 @@
 
 namespace nurex {
 
-// 16 bytes: pointer, size, capacity. Grows to twice the capacity plus 4, which keeps
-// the many small presets and postsets of a prefix cheap.
+// 24 bytes: up to two pointers held in place (most presets and postsets of a prefix: a
+// heap block of its own would cost another 48 bytes each), else a heap block, with size and
+// capacity. Grows to twice the capacity plus 4.
 template <class T>
 class PtrArray {
  public:
@@ -23,12 +24,14 @@ class PtrArray {
   }
   PtrArray(const PtrArray& other) { *this = other; }
   PtrArray(PtrArray&& other) noexcept { swap(other); }
-  ~PtrArray() { std::free(items_); }
+  ~PtrArray() {
+    if (onHeap()) std::free(slots_.heap);
+  }
   PtrArray& operator=(const PtrArray& other) {
     if (this != &other) {
       clear();
       reserve(other.size_);
-      if (other.size_) std::memcpy(items_, other.items_, other.size_ * sizeof(T*));
+      if (other.size_) std::memcpy(data(), other.data(), other.size_ * sizeof(T*));
       size_ = other.size_;
     }
     return *this;
@@ -38,38 +41,38 @@ class PtrArray {
     return *this;
   }
   void swap(PtrArray& other) noexcept {
-    std::swap(items_, other.items_);
+    std::swap(slots_, other.slots_);
     std::swap(size_, other.size_);
     std::swap(capacity_, other.capacity_);
   }
 
   uint32_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
-  T* operator[](uint32_t i) const { return items_[i]; }
-  T*& operator[](uint32_t i) { return items_[i]; }
-  T* const* begin() const { return items_; }
-  T* const* end() const { return items_ + size_; }
-  T** begin() { return items_; }
-  T** end() { return items_ + size_; }
-  T* back() const { return items_[size_ - 1]; }
+  T* operator[](uint32_t i) const { return data()[i]; }
+  T*& operator[](uint32_t i) { return data()[i]; }
+  T* const* begin() const { return data(); }
+  T* const* end() const { return data() + size_; }
+  T** begin() { return data(); }
+  T** end() { return data() + size_; }
+  T* back() const { return data()[size_ - 1]; }
 
   void push_back(T* item) {
     if (size_ == capacity_) reserve(capacity_ * 2 + 4);
-    items_[size_++] = item;
+    data()[size_++] = item;
   }
   void pop_back() { --size_; }
   void clear() { size_ = 0; }
   void resize(uint32_t n) {
     reserve(n);
-    for (uint32_t i = size_; i < n; ++i) items_[i] = nullptr;
+    for (uint32_t i = size_; i < n; ++i) data()[i] = nullptr;
     size_ = n;
   }
   void reserve(uint32_t n) {
     if (n <= capacity_) return;
     T** grown = static_cast<T**>(checkedMalloc(sizeof(T*) * n));
-    if (size_) std::memcpy(grown, items_, size_ * sizeof(T*));
-    std::free(items_);
-    items_ = grown;
+    if (size_) std::memcpy(grown, data(), size_ * sizeof(T*));
+    if (onHeap()) std::free(slots_.heap);
+    slots_.heap = grown;
     capacity_ = n;
   }
   bool contains(const T* item) const { return std::find(begin(), end(), item) != end(); }
@@ -87,9 +90,16 @@ class PtrArray {
   }
 
  private:
-  T** items_ = nullptr;
+  static constexpr uint32_t InPlace = 2;
+  bool onHeap() const { return capacity_ > InPlace; }
+  T** data() { return onHeap() ? slots_.heap : slots_.items; }
+  T* const* data() const { return onHeap() ? slots_.heap : slots_.items; }
+  union Slots {
+    T* items[InPlace];
+    T** heap;
+  } slots_{};
   uint32_t size_ = 0;
-  uint32_t capacity_ = 0;
+  uint32_t capacity_ = InPlace;
 };
 
 }  // namespace nurex

@@ -19,7 +19,7 @@ class ConfigurationAnchor {
   void ensure(const UnfoldState& state) {
     past_.ensure(state.events.size());
     memo_.ensure(state.events.size());
-    memoValue_.resize(std::max<size_t>(memoValue_.size(), state.events.size() + state.events.size() / 2 + 16));
+    memoValue_.resize(std::max<size_t>(memoValue_.size(), state.events.size() + state.events.size() / 8 + 16));
     consumed_.ensure(state.conditions.size());
   }
   // Anchors on [e] (null: the empty configuration); `alsoConsumed`, if given, is treated as
@@ -83,7 +83,7 @@ class CoClosure {
   void ensure(const UnfoldState& state) {
     members_.ensure(state.conditions.size());
     counted_.ensure(state.events.size());
-    counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 2 + 16));
+    counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 8 + 16));
     places_.ensure(state.net.places.size());
   }
   // The closure of Cut([e]) given with e's postset, which is left out. Returns the number of

@@ -87,7 +87,7 @@ uint32_t ConcurrencyRelation::intersectProducerRows(Row& row, const Event* e) co
 void ConcurrencyRelation::closeAbove(Row& row, const Event* e, std::span<const uint32_t> cut, uint32_t shortest,
                                      RowScratch& scratch) const {
   scratch.counted.ensure(events_.size());
-  if (scratch.counts.size() < events_.size()) scratch.counts.resize(events_.size() + events_.size() / 2 + 16);
+  if (scratch.counts.size() < events_.size()) scratch.counts.resize(events_.size() + events_.size() / 8 + 16);
   scratch.counted.next();
   scratch.work.clear();
   auto add = [&](const Condition* y) {

@@ -10,7 +10,9 @@ namespace nurex {
 class StampSet {
  public:
   void ensure(size_t n) {
-    if (stamps_.size() < n) stamps_.resize(n + n / 2 + 16, 0);
+    // A little ahead of the prefix: the vector's own growth keeps resizing rare, and
+    // only the stamps in use are resident.
+    if (stamps_.size() < n) stamps_.resize(n + n / 8 + 16, 0);
   }
   void next() {
     if (++generation_ == 0) {
