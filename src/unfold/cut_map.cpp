@@ -10,16 +10,16 @@
 
 namespace nurex {
 
-uint64_t placeWord(uint32_t place) {
+uint32_t placeWord(uint32_t place) {
   uint64_t z = (place + 1) * 0x9E3779B97F4A7C15ull;
   z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
   z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-  return z ^ (z >> 31);
+  return static_cast<uint32_t>(z ^ (z >> 31));
 }
 
 namespace {
 
-constexpr uint32_t LeafClass = 1, InnerClass = 3;
+constexpr uint32_t LeafClass = 1, InnerClass = 4;
 constexpr uint32_t HeaderBytes = 8;
 
 constexpr uint32_t capacityOf(uint32_t sizeClass) { return (node_pool::classBytes[sizeClass] - HeaderBytes) / 8; }
@@ -31,14 +31,14 @@ uint32_t classFor(uint32_t n) {
   return k;
 }
 
-static_assert(node_pool::classBytes[LeafClass] >= HeaderBytes + 24 + 16 * sizeof(uint32_t));
-static_assert(node_pool::classBytes[InnerClass] >= HeaderBytes + 24 + 16 * sizeof(void*));
+static_assert(node_pool::classBytes[LeafClass] == HeaderBytes + 16 + 16 * sizeof(uint32_t));
+static_assert(node_pool::classBytes[InnerClass] == HeaderBytes + 16 + 16 * sizeof(void*));
 static_assert(capacityOf(node_pool::ClassCount - 1) >= CutMap::SparseLimit);
 
 }  // namespace
 
 CutMap::CutMap(uint32_t placeCount, const std::vector<uint32_t>* weights) : weights_(weights) {
-  static_assert(sizeof(Node) == HeaderBytes && sizeof(Totals) == 24);
+  static_assert(sizeof(Node) == HeaderBytes && sizeof(Totals) == 16);
   for (uint64_t covered = 16; covered < placeCount; covered *= 16) ++levels_;
 }
 
@@ -196,7 +196,7 @@ bool CutMap::sparseSet(uint32_t place, uint32_t entry, uint32_t& old) {
 // change from `old`.
 void CutMap::treeSet(uint32_t place, uint32_t old, uint32_t entry) {
   int32_t marked = int32_t(marks(entry)) - int32_t(marks(old));
-  uint64_t sum = marked == 0 ? 0 : marked > 0 ? placeWord(place) : 0 - placeWord(place);
+  uint32_t sum = marked == 0 ? 0 : marked > 0 ? placeWord(place) : 0 - placeWord(place);
   uint32_t weight = weightOf(entry) - weightOf(old);
   Node** link = &root_;
   for (uint32_t level = levels_;; --level) {

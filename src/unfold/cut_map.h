@@ -11,7 +11,7 @@
 namespace nurex {
 
 // One pseudo-random word per place; a marking hashes to the sum of its places' words.
-uint64_t placeWord(uint32_t place);
+uint32_t placeWord(uint32_t place);
 
 // A map of few entries is one sorted array of (place, entry) pairs, copied whole on a
 // change: small cuts cost a copy of a few hundred bytes where a tree would copy several
@@ -70,7 +70,7 @@ class CutMap {
   // Whether the map is one array, where a look-up is cheap next to a walk over differences.
   bool isArray() const { return !root_ || root_->sparse; }
   // The sum of placeWord over the marked places.
-  uint64_t sum() const { return sum_; }
+  uint32_t sum() const { return sum_; }
   // The sum of the weights of all entries.
   uint32_t weightSum() const { return weightSum_; }
   // The tag that nodes made by later changes of this map carry: the caller's name for the
@@ -139,7 +139,7 @@ class CutMap {
     uint32_t owner;
     uint32_t marked;
     uint32_t weight;
-    uint64_t sum;
+    uint32_t sum;
   };
   struct Pairs {
     const uint64_t* first;
@@ -299,7 +299,7 @@ class CutMap {
 
   Node* root_ = nullptr;  // null: no entries
   const std::vector<uint32_t>* weights_ = nullptr;
-  uint64_t sum_ = 0;
+  uint32_t sum_ = 0;
   uint32_t levels_ = 0;  // of the tree form, above the leaves
   uint32_t size_ = 0;
   uint32_t weightSum_ = 0;

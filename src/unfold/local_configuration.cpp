@@ -134,7 +134,7 @@ Place* CandidateDescriber::describe(const UnfoldState& state, Candidate& candida
   }
   if (state.weightsCountEvents) assert(candidate.size == candidate.cut.weightSum() + 1);
 #endif
-  uint64_t sum = candidate.cut.sum();
+  uint32_t sum = candidate.cut.sum();
   for (Place* p : candidate.transition->postset) {
     uint32_t entry = candidate.cut.get(p->index);
     if (CutMap::marks(entry)) {

@@ -159,7 +159,11 @@ class MarkingComparer {
 
 // The hash of a marking from the sum of its places' words (Zobrist hashing: any order of
 // the places gives it, and a change of the marking changes the sum by the places concerned).
-inline uint64_t finishHash(uint64_t sum) { return sum ^ (sum >> 29); }
+// Words of 32 bits keep cut nodes small; the table compares markings whose hashes meet.
+inline uint64_t finishHash(uint32_t sum) {
+  uint64_t h = sum * 0x9E3779B97F4A7C15ull;
+  return h ^ (h >> 32);
+}
 
 
 }  // namespace nurex

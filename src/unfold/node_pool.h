@@ -8,8 +8,8 @@
 namespace nurex::node_pool {
 
 // Block sizes in bytes, by class; a multiple of 8, ascending.
-constexpr uint32_t ClassCount = 10;
-constexpr uint32_t classBytes[ClassCount] = {72, 96, 136, 160, 200, 264, 392, 520, 776, 1032};
+constexpr uint32_t ClassCount = 11;
+constexpr uint32_t classBytes[ClassCount] = {72, 88, 104, 136, 152, 200, 264, 392, 520, 776, 1032};
 
 // A block of the class, from this thread's list when it has one.
 void* take(uint32_t sizeClass);

@@ -23,7 +23,7 @@ using Plain = std::vector<uint32_t>;
 
 void expectSame(const CutMap& map, const Plain& plain) {
   uint32_t size = 0;
-  uint64_t sum = 0;
+  uint32_t sum = 0;
   for (uint32_t p = 0; p < plain.size(); ++p) {
     ASSERT_EQ(map.get(p), plain[p]) << "place " << p;
     if (CutMap::marks(plain[p])) ++size, sum += placeWord(p);
