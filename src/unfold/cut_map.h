@@ -184,7 +184,7 @@ class CutMap {
   uint32_t weightOf(uint32_t entry) const {
     return weights_ && entry != None ? (*weights_)[entry & ~Consumed] : 0;
   }
-  // Keeps size and sum up to date with the change of one entry.
+  // Keeps size, sum and weight sum up to date with the change of one entry.
   void account(uint32_t place, uint32_t old, uint32_t entry) {
     weightSum_ += weightOf(entry) - weightOf(old);
     if (!marks(old) && marks(entry)) {

@@ -89,7 +89,6 @@ class CandidateDescriber {
     changed_.ensure(state.net.places.size());
     if (newEntry_.size() < state.net.places.size()) newEntry_.resize(state.net.places.size());
   }
-  // The base: its size and its cut, given as a map and a range of condition numbers to add.
   // The base: its size and the cut of its configuration without the base event's postset,
   // which is added; NoIndex for the empty configuration, given by the initial cut.
   void setBase(const UnfoldState& state, uint32_t size, const CutMap& cut, uint32_t baseEvent);
