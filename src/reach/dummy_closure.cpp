@@ -47,6 +47,31 @@ void triggerClosure(const Event* e, bool (*lookThrough)(const Event*), std::vect
   sortUnique(excluded);
 }
 
+namespace {
+
+// Without a dummy producer in the preset, the closure is the preset itself, and the marked
+// conditions, cached and shared, say the same thing in fewer clauses.
+bool hasDummyProducer(const Event* e) {
+  for (const Condition* c : e->preset)
+    if (c->producer && isDummyEvent(c->producer)) return true;
+  return false;
+}
+
+}  // namespace
+
+void enablingLiterals(ConfigurationVariables<StgPrefix>& record, const Event* e, bool viaDummies, Polarity polarity,
+                      std::vector<Literal>& out) {
+  out.clear();
+  if (!viaDummies || !hasDummyProducer(e)) {
+    for (const Condition* c : e->preset) out.push_back(record.marked(c, polarity));
+    return;
+  }
+  std::vector<const Event*> triggers, excluded;
+  triggerClosure(e, isDummyEvent, triggers, excluded);
+  for (const Event* x : triggers) out.push_back(record.event_in(x));
+  for (const Event* x : excluded) out.push_back(negate(record.event_in(x)));
+}
+
 void encodeNoMaximalDummies(ConfigurationVariables<StgPrefix>& record, int group) {
   std::vector<Literal> clause;
   for (const Event* d : record.unit.events) {

@@ -21,6 +21,12 @@ inline bool isDummyEvent(const Event* e) { return isDummySignal(e->transition->s
 void triggerClosure(const Event* e, bool (*lookThrough)(const Event*), std::vector<const Event*>& triggers,
                     std::vector<const Event*>& excluded);
 
+// The literals whose AND says that e is enabled at the end of the record's configuration:
+// every preset condition marked, or with `viaDummies` the closure's test (every trigger in,
+// no excluded event in), so that e may be reached once dummy events of its past have fired.
+void enablingLiterals(ConfigurationVariables<StgPrefix>& record, const Event* e, bool viaDummies, Polarity polarity,
+                      std::vector<Literal>& out);
+
 // For each non-cut-off dummy event d: d in the configuration implies that some non-cut-off
 // consumer of d's postset is too. The final state is then one seen from outside.
 void encodeNoMaximalDummies(ConfigurationVariables<StgPrefix>& record, int group);

@@ -151,14 +151,9 @@ Literal ReachEncoder<Unit>::event_enabled(Level& at, const E* e, Polarity polari
   CachedLiteral& cached = at.event_enabled[e->index];
   if (covers(cached, polarity)) return cached.literal;
   std::vector<Literal> children;
-  if constexpr (Unit::NetType::isStg && !Unit::isMergedProcess) {
-    if (via_dummies_) {
-      std::vector<const Event*> triggers, excluded;
-      triggerClosure(e, isDummyEvent, triggers, excluded);
-      for (const Event* x : triggers) children.push_back(at.record->event_in(x));
-      for (const Event* x : excluded) children.push_back(negate(at.record->event_in(x)));
-      return formula_.make_gate(cached, GateAnd, children, group_, polarity);
-    }
+  if constexpr (std::is_same_v<Unit, StgPrefix>) {
+    enablingLiterals(*at.record, e, via_dummies_, polarity, children);
+    return formula_.make_gate(cached, GateAnd, children, group_, polarity);
   }
   for (const C* c : e->preset) children.push_back(at.record->marked(c, polarity));
   return formula_.make_gate(cached, GateAnd, children, group_, polarity);

@@ -23,7 +23,7 @@ void ConflictSolution::print(FILE* stream, ResultForm form) const {
 }
 
 ConflictMode::ConflictMode(const StgPrefix& prefix, const OptionMap& given, bool csc, bool warn_dummy_cutoffs)
-    : Base(prefix, given), csc(csc), conflict_free(is_conflict_free(prefix)), signals(prefix) {
+    : Base(prefix, given), csc(csc), conflict_free(is_conflict_free(prefix)), signals(prefix, given["enable_via_dummies"] != 0) {
   resolve_inclusion_constraints(options, conflict_free);
   if (options["method"] == 0) options["method"] = 2;
   if (warn_dummy_cutoffs && signals.ok() && hasDummyCutOffs(prefix)) reportWarning(DummyCutOffWarning);
@@ -175,7 +175,7 @@ const Signal* ConflictMode::differing_local_signal(const FinalState& first, cons
 bool ConflictMode::validate(const Solution& solution) {
   if (!Base::validate(solution)) return false;
   const auto& traces = solution.traces;
-  if (traces.size() != 2 || !is_conflict_of(finalStateOf(unit, traces[0]), finalStateOf(unit, traces[1]))) {
+  if (traces.size() != 2 || !is_conflict_of(finalStateOf(unit, traces[0], signals.via_dummies), finalStateOf(unit, traces[1], signals.via_dummies))) {
     reportError(csc ? "CSC conflict check failed" : "USC conflict check failed");
     return false;
   }
@@ -187,8 +187,8 @@ void ConflictMode::add_solution() {
   collect_solution(*solution);
   if (csc) {
     if (item >= 0) solution->signal = unit.signals[item];
-    else solution->signal = differing_local_signal(finalStateOf(unit, solution->traces[0]),
-                                                   finalStateOf(unit, solution->traces[1]));
+    else solution->signal = differing_local_signal(finalStateOf(unit, solution->traces[0], signals.via_dummies),
+                                                   finalStateOf(unit, solution->traces[1], signals.via_dummies));
   }
   if (!validate(*solution)) return;
   if (all_solutions == 0) solutions.clear();

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 
+#include "reach/dummy_closure.h"
+
 namespace nurex {
 
-FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace) {
+FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace, bool viaDummies) {
   std::vector<uint8_t> cut(prefix.conditions.size(), 0);
   for (const Condition* c : prefix.conditions) cut[c->index] = c->producer == nullptr;
+  std::vector<bool> in(prefix.events.size(), false);
   FinalState state;
   state.code.assign(prefix.signals.size(), 0);
   for (const Signal* s : prefix.signals)
@@ -16,6 +19,7 @@ FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace) {
   // Produced minus consumed, so that any order of the events gives the same cut.
   for (const TraceStep& step : trace) {
     const Event* e = prefix.events[step.index];
+    in[e->index] = true;
     for (const Condition* c : e->postset)
       if (c->index != NoIndex) cut[c->index] = 1;
     const Signal* s = e->transition->signal;
@@ -27,13 +31,49 @@ FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace) {
   for (const Condition* c : prefix.conditions)
     if (cut[c->index]) ++state.marking[c->place->index];
   state.enabled.assign(prefix.signals.size(), 0);
+  std::vector<bool> scratch(prefix.events.size(), false);
   for (const Event* e : prefix.events) {
     const Signal* s = e->transition->signal;
-    if (!s) continue;
-    if (std::all_of(e->preset.begin(), e->preset.end(), [&](const Condition* c) { return cut[c->index] != 0; }))
-      state.enabled[s->index] = 1;
+    if (!s || s->kind == SignalDummy || state.enabled[s->index]) continue;
+    if (enabledAfter(e, in, viaDummies, scratch)) state.enabled[s->index] = 1;
   }
   return state;
+}
+
+namespace {
+
+bool hasDummyProducer(const Event* e) {
+  for (const Condition* c : e->preset)
+    if (c->producer && isDummyEvent(c->producer)) return true;
+  return false;
+}
+
+}  // namespace
+
+bool enabledAfter(const Event* e, const std::vector<bool>& in, bool viaDummies, std::vector<bool>& scratch) {
+  if (in[e->index]) return false;
+  if (!viaDummies || !hasDummyProducer(e)) {
+    for (const Condition* c : e->preset) {
+      if (c->producer && !in[c->producer->index]) return false;
+      for (const Event* f : c->postset)
+        if (in[f->index]) return false;
+    }
+    return true;
+  }
+  std::vector<Event*> local = localConfiguration(const_cast<Event*>(e));
+  bool ok = true;
+  for (const Event* g : local) {
+    ok = ok && (g == e || in[g->index] || isDummyEvent(g));
+    scratch[g->index] = true;
+  }
+  for (const Event* g : local)
+    for (const Condition* c : g->preset) {
+      int consumers = 0;
+      for (const Event* x : c->postset) consumers += in[x->index] || scratch[x->index];
+      ok = ok && consumers <= 1;
+    }
+  for (const Event* g : local) scratch[g->index] = false;
+  return ok;
 }
 
 bool codesEqual(const FinalState& a, const FinalState& b) { return a.code == b.code; }

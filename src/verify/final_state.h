@@ -13,12 +13,20 @@ namespace nurex {
 struct FinalState {
   std::vector<uint32_t> marking;  // tokens per place
   std::vector<uint8_t> code;      // value per signal; dummies stay 0
-  std::vector<uint8_t> enabled;   // per signal: some event of it is enabled in the final cut
+  std::vector<uint8_t> enabled;   // per signal: some event of it is enabled (through dummies, if asked)
 };
 
 // The state after the events of the trace, in any order. The events are assumed to form a
-// configuration (the safe run check comes first).
-FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace);
+// configuration (the safe run check comes first). With `viaDummies`, a signal is also
+// excited when one of its events is enabled once some dummy events have fired.
+FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace, bool viaDummies);
+
+// Whether e is enabled after the configuration `in` (flags by event number). With
+// `viaDummies` also when the events of [e] missing from it are all dummies and the two
+// together take no condition twice. Read off the local configuration, independently of the
+// trigger closure that the encoding uses. `scratch` has an entry per event, all false
+// between calls.
+bool enabledAfter(const Event* e, const std::vector<bool>& in, bool viaDummies, std::vector<bool>& scratch);
 
 bool codesEqual(const FinalState& a, const FinalState& b);
 // Code(a) <= Code(b), bit by bit.

@@ -58,7 +58,8 @@ bool NormalcyMode::validate(const Solution& given) {
   Solution pair;
   pair.traces.assign(s.traces.end() - 2, s.traces.end());
   if (!SearchMode<StgPrefix>::validate(pair)) return false;
-  FinalState a = finalStateOf(unit, pair.traces[0]), b = finalStateOf(unit, pair.traces[1]);
+  FinalState a = finalStateOf(unit, pair.traces[0], signals.via_dummies),
+             b = finalStateOf(unit, pair.traces[1], signals.via_dummies);
   const Signal* z = s.offending;
   bool holds = z && (s.reason == ReasonCscConflict ? codesEqual(a, b) && nextValue(a, z->index) != nextValue(b, z->index)
                                                    : codeDominated(a, b) && violated(z, a, b));
@@ -75,7 +76,8 @@ void NormalcyMode::add_solution() {
   } else {
     collect_solution(*solution);
     std::vector<Trace> pair = std::move(solution->traces);
-    FinalState a = finalStateOf(unit, pair[0]), b = finalStateOf(unit, pair[1]);
+    FinalState a = finalStateOf(unit, pair[0], signals.via_dummies),
+               b = finalStateOf(unit, pair[1], signals.via_dummies);
     offending_signal = item >= 0 ? unit.signals[item] : nullptr;
     for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin && !offending_signal; ++i)
       if (violated(unit.signals[i], a, b)) offending_signal = unit.signals[i];

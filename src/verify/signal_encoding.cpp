@@ -3,10 +3,13 @@
 // temporary group.
 #include "verify/signal_encoding.h"
 
+#include "reach/dummy_closure.h"
+
 namespace nurex {
 
-SignalEncoding::SignalEncoding(const StgPrefix& prefix)
-    : prefix_(prefix), phases_(prefix.signals.size()), events_(prefix.signals.size()) {
+SignalEncoding::SignalEncoding(const StgPrefix& prefix, bool via_dummies)
+    : via_dummies(via_dummies),
+      prefix_(prefix), phases_(prefix.signals.size()), events_(prefix.signals.size()) {
   for (const Event* e : prefix.events)
     if (e->transition->signal) events_[e->transition->signal->index].push_back(e);
   for (const Signal* s : prefix.signals) {
@@ -34,9 +37,9 @@ Literal SignalEncoding::code(StgConfiguration& record, const Signal* s) {
 }
 
 Literal SignalEncoding::event_enabled(StgConfiguration& record, const Event* e) {
-  std::vector<Literal> cut;
-  for (const Condition* b : e->preset) cut.push_back(record.marked(b, 0));
-  return record.formula.make_gate(GateAnd, cut, PermanentGroup, 0);
+  std::vector<Literal> children;
+  enablingLiterals(record, e, via_dummies, 0, children);
+  return record.formula.make_gate(GateAnd, children, PermanentGroup, 0);
 }
 
 Literal SignalEncoding::enabled(StgConfiguration& record, const Signal* s) {

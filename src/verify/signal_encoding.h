@@ -19,19 +19,22 @@ inline bool isLocalSignal(const Signal* s) { return s->kind == SignalOutput || s
 class SignalEncoding {
  public:
   // Builds the phase records of every non-dummy signal; `ok` is false after the
-  // inconsistency error.
-  explicit SignalEncoding(const StgPrefix& prefix);
+  // inconsistency error. With `via_dummies`, a signal is excited also when one of its
+  // events becomes enabled after dummy events that can fire.
+  SignalEncoding(const StgPrefix& prefix, bool via_dummies);
   bool ok() const { return ok_; }
 
   // The signal is 1 after the configuration: some rise that no following fall cancelled.
   // Dummy signals have no code and read as FALSE.
   Literal code(StgConfiguration& record, const Signal* s);
-  // Some event of the signal, cut-offs included, is enabled in the final cut.
+  // Some event of the signal, cut-offs included, is enabled at the end (through dummies).
   Literal enabled(StgConfiguration& record, const Signal* s);
   // Code exclusive-or excitation: the value the signal is heading for.
   Literal next(StgConfiguration& record, const Signal* s);
-  // Every condition of the event's preset is in the final cut.
+  // The event is enabled at the end of the configuration (through dummies).
   Literal event_enabled(StgConfiguration& record, const Event* e);
+
+  const bool via_dummies;
 
  private:
   const StgPrefix& prefix_;

@@ -3,6 +3,7 @@
 #include "verify/witness_check.h"
 
 #include "reach/dummy_closure.h"
+#include "verify/final_state.h"
 #include "reach/reach_scope.h"
 #include "sat/configuration.h"
 
@@ -137,31 +138,10 @@ class WitnessEvaluator {
     return false;
   }
 
-  // Through dummies: e is not in the configuration, the events of its local configuration
-  // missing from it are dummies, and the two together are free of conflict. The
-  // configuration is conflict-free by itself, so only conditions that the local
-  // configuration consumes can be taken twice.
   bool enabled(const Final& f, const E* e) {
     if constexpr (std::is_same_v<Unit, StgPrefix>) {
-      if (settings_.enable_via_dummies) {
-        if (f.in[e->index]) return false;
-        std::vector<Event*> local = localConfiguration(const_cast<Event*>(e));
-        std::vector<bool>& inLocal = scratch_;
-        inLocal.resize(unit_.events.size(), false);
-        bool ok = true;
-        for (const Event* g : local) {
-          ok = ok && (g == e || f.in[g->index] || isDummyEvent(g));
-          inLocal[g->index] = true;
-        }
-        for (const Event* g : local)
-          for (const Condition* c : g->preset) {
-            int consumers = 0;
-            for (const Event* x : c->postset) consumers += f.in[x->index] || inLocal[x->index];
-            ok = ok && consumers <= 1;
-          }
-        for (const Event* g : local) inLocal[g->index] = false;
-        return ok;
-      }
+      scratch_.resize(unit_.events.size(), false);
+      return enabledAfter(e, f.in, settings_.enable_via_dummies, scratch_);
     }
     for (const C* c : e->preset)
       if (!f.marked[c->index]) return false;

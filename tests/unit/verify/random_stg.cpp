@@ -76,17 +76,30 @@ class StgDraw {
     Signal* x = pickSignal(forbidden, used);
     if (percent(50)) {
       Place* m = place();
-      transition(x, SignPlus, {entry}, {m});
-      transition(x, SignMinus, {m}, {exit});
+      transition(x, SignPlus, {dummiesBefore(entry)}, {m});
+      transition(x, SignMinus, {dummiesBefore(m)}, {exit});
       return;
     }
     forbidden.insert(x);
     Signal* y = pickSignal(forbidden, used);
     Place *m1 = place(), *m2 = place(), *m3 = place();
-    transition(x, SignPlus, {entry}, {m1});
-    transition(y, SignPlus, {m1}, {m2});
-    transition(x, SignMinus, {m2}, {m3});
-    transition(y, SignMinus, {m3}, {exit});
+    transition(x, SignPlus, {dummiesBefore(entry)}, {m1});
+    transition(y, SignPlus, {dummiesBefore(m1)}, {m2});
+    transition(x, SignMinus, {dummiesBefore(m2)}, {m3});
+    transition(y, SignMinus, {dummiesBefore(m3)}, {exit});
+  }
+
+  // Now and then a chain of one to three dummies in front of a signal edge: the edge is
+  // then excited through them, and at a choice the branch starts with a dummy. No draw at
+  // all without dummies, so that dummy-free STGs stay those of earlier versions.
+  Place* dummiesBefore(Place* from) {
+    if (o_.dummyPercent == 0 || !percent(o_.dummyPercent / 2)) return from;
+    for (uint32_t n = between(1, 3); n > 0; --n) {
+      Place* m = place();
+      dummyStep(from, m);
+      from = m;
+    }
+    return from;
   }
 
   void dummyStep(Place* entry, Place* exit) {

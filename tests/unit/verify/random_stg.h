@@ -1,6 +1,7 @@
 // Test support: seeded random consistent STGs, built as a cycle of nested fragments (signal
 // pulses and four-phase handshakes, in sequence, in choice, or concurrent between the
-// edges of a wrapping signal), optionally with dummy steps; and their prefixes.
+// edges of a wrapping signal), optionally with dummy steps and chains of dummies in front of
+// signal edges; and their prefixes.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,8 @@ namespace nurex::test {
 struct RandomStgOptions {
   uint32_t maxDepth = 3;
   uint32_t maxSignals = 6;
-  uint32_t dummyPercent = 15;  // chance of a dummy step in a sequence or as a choice branch
+  uint32_t dummyPercent = 15;  // chance of a dummy step in a sequence or as a choice branch;
+                               // half of it, of a chain of dummies in front of a signal edge
 };
 
 // Every signal starts at 0 and each fragment returns its signals to 0; concurrent

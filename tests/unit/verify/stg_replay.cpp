@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-
 #include "model/loaders.h"
+#include "stg_states.h"
 #include "support/capture.h"
 #include "support/verdicts.h"
 
@@ -38,14 +38,8 @@ std::vector<bool> transitionsWithEvents(const StgPrefix& prefix) {
 }
 
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state) {
-  std::vector<uint8_t> excited(net.signals.size(), 0);
-  for (const Transition* t : net.transitions) {
-    if (!occurring[t->index] || !t->signal) continue;
-    bool enabled = true;
-    for (const Place* p : t->preset) enabled &= state.tokens[p->index] > 0;
-    if (enabled) excited[t->signal->index] = 1;
-  }
-  return excited;
+  std::vector<uint8_t> marking(state.tokens.begin(), state.tokens.end());
+  return excitedSignals(net, marking, &occurring);
 }
 
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc) {

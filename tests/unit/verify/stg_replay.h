@@ -24,7 +24,8 @@ bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::strin
 // Transitions that have an event in the prefix: legacy files give arcs only to those,
 // and a transition without an event is never enabled at a reachable marking.
 std::vector<bool> transitionsWithEvents(const StgPrefix& prefix);
-// Per signal: some transition of it (among `occurring`) is enabled at the marking.
+// Per signal: some transition of it (among `occurring`) is enabled at the marking, or after
+// some sequence of dummy transitions.
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state);
 
 // Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.

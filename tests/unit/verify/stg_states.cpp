@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 
 namespace nurex::test {
@@ -57,6 +58,35 @@ bool fire(const Transition* t, const Extended& from, Extended& to) {
   return true;
 }
 
+bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
+
+}  // namespace
+
+std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
+                                    const std::vector<bool>* occurring) {
+  std::vector<uint8_t> excited(stg.signals.size(), 0);
+  std::set<std::vector<uint8_t>> seen{marking};
+  std::vector<std::vector<uint8_t>> pending{marking};
+  while (!pending.empty()) {
+    std::vector<uint8_t> m = std::move(pending.back());
+    pending.pop_back();
+    for (const Transition* t : stg.transitions) {
+      if ((occurring && !(*occurring)[t->index]) || !enabled(t, m)) continue;
+      if (!isDummy(t)) {
+        excited[t->signal->index] = 1;
+        continue;
+      }
+      std::vector<uint8_t> next = m;
+      for (const Place* p : t->preset) next[p->index] = 0;
+      for (const Place* p : t->postset) next[p->index] = 1;
+      if (seen.insert(next).second) pending.push_back(std::move(next));
+    }
+  }
+  return excited;
+}
+
+namespace {
+
 std::vector<CountedState> countedStates(const Stg& stg, uint32_t limit, bool& complete, bool& safe) {
   Extended start;
   start.marking.assign(stg.places.size(), 0);
@@ -92,9 +122,7 @@ std::vector<CountedState> countedStates(const Stg& stg, uint32_t limit, bool& co
   }
   std::vector<CountedState> states;
   for (auto& [k, c] : counted) {
-    c.excited.assign(stg.signals.size(), 0);
-    for (const Transition* t : stg.transitions)
-      if (enabled(t, c.marking)) c.excited[t->signal->index] = 1;
+    c.excited = excitedSignals(stg, c.marking);
     states.push_back(c);
   }
   return states;

@@ -2,7 +2,8 @@
 // and its counted states with their codes and excited signals.
 // The states that count are those of runs after which no dummy occurrence is pending
 // (all the tokens that it produced still in place), i.e. the configurations without a
-// maximal dummy event.
+// maximal dummy event. A signal is excited in a state when one of its transitions is enabled
+// there or after some sequence of dummy transitions.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +28,7 @@ StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit = 20000);
 struct CountedState {
   std::vector<uint8_t> marking;  // per place
   std::vector<uint8_t> code;     // per signal; dummies stay 0
-  std::vector<uint8_t> excited;  // per signal: some transition of it is enabled
+  std::vector<uint8_t> excited;  // per signal: some transition of it is enabled, now or after dummies
   uint32_t distance = 0;         // length of a shortest run reaching it
 };
 
@@ -38,5 +39,10 @@ struct CountedStates {
 };
 
 CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit = 20000);
+
+// Per signal: some transition of it (among `occurring`, if given) is enabled in the safe
+// marking or in one that dummy transitions reach from it.
+std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
+                                    const std::vector<bool>* occurring = nullptr);
 
 }  // namespace nurex::test
