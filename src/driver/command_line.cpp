@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/reporter.h"
+#include "platform/system.h"
 
 namespace nurex {
 
@@ -221,6 +222,11 @@ std::optional<OptionMap> parseCommandLine(int argc, char** argv) {
   }
   runStrings.inputFileName = argv[position];
   if (position + 1 < argc) runStrings.outputFileName = argv[position + 1];
+  // Results written over the input would destroy the user's file before it is read.
+  if (!runStrings.outputFileName.empty() && sameFile(runStrings.inputFileName, runStrings.outputFileName)) {
+    reportError("the output file " + runStrings.outputFileName + " is the input file");
+    return std::nullopt;
+  }
   return options;
 }
 

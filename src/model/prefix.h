@@ -104,6 +104,7 @@ struct Prefix : Net {
   static constexpr bool isMergedProcess = false;
   NodeList<Condition> conditions;
   NodeList<Event> events;
+  bool unfoldedHere = false;  // built in memory from a net: no cut-off was discarded
 };
 
 template <class Net>

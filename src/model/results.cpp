@@ -9,6 +9,7 @@
 
 #include "platform/options.h"
 #include "platform/reporter.h"
+#include "platform/system.h"
 
 namespace nurex {
 
@@ -90,7 +91,7 @@ void writeXmlReport(const ResultList& results, const std::string& verdict, const
   }
   rapidxml::print(std::ostream_iterator<char>(out), doc);
   out.flush();
-  if (!out) reportError("cannot write a file");
+  if (!out) reportError(cannotWriteFile());
 }
 
 }  // namespace
@@ -118,7 +119,7 @@ void writeResults(const ResultList& results, const std::string& messageIfFound, 
     printTo(stream, "\nYES\n");
     s->print(stream, ResultForm::File);
   }
-  if (file) std::fclose(file);
+  if (file && !closeWrittenFile(file)) reportError(cannotWriteFile());
 }
 
 }  // namespace nurex

@@ -52,6 +52,7 @@ void printTo(FILE* stream, const char* format, ...) {
 std::string cannotOpenForInput(const std::string& name) { return "cannot open \"" + name + "\" for input"; }
 
 std::string cannotOpenForOutput(const std::string& name) { return "cannot open \"" + name + "\" for output"; }
+std::string cannotWriteFile() { return "cannot write a file"; }
 
 std::string syntaxErrorInFile(const std::string& name, unsigned long line) {
   return "syntax error (file " + name + ", line " + std::to_string(line) + ")";

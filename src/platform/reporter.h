@@ -33,6 +33,7 @@ extern unsigned verbosity;
 // Message builders shared by several subsystems.
 std::string cannotOpenForInput(const std::string& name);
 std::string cannotOpenForOutput(const std::string& name);
+std::string cannotWriteFile();
 std::string syntaxErrorInFile(const std::string& name, unsigned long line);
 std::string noSuchSatSolver(long number);
 

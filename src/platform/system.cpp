@@ -1,6 +1,7 @@
 // Linux implementations of the platform services.
 #include "platform/system.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -59,6 +60,16 @@ void deleteTempFiles() {
     if (std::remove(name.c_str()) != 0)
       reportWarning("failed to delete a temporary file " + name + ": " + deletionFailureReason(errno));
   temporaryFiles.clear();
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+  struct stat x, y;
+  return stat(a.c_str(), &x) == 0 && stat(b.c_str(), &y) == 0 && x.st_dev == y.st_dev && x.st_ino == y.st_ino;
+}
+
+bool closeWrittenFile(FILE* file) {
+  bool ok = std::fflush(file) == 0 && !std::ferror(file);
+  return std::fclose(file) == 0 && ok;
 }
 
 unsigned countCoresInCpuinfo(const std::string& text) {

@@ -11,6 +11,13 @@ FILE* createTempFile();
 // Removes every listed temporary file in list order, warning on failures.
 void deleteTempFiles();
 
+// Both names lead to one existing file (links included).
+bool sameFile(const std::string& a, const std::string& b);
+
+// Flushes and closes a file written with stdio; false when some of what was written did not
+// arrive (a full disk shows only here).
+bool closeWrittenFile(FILE* file);
+
 // Physical cores; a warning and 1 when the platform cannot tell.
 unsigned processorCores();
 // The same count from the text of /proc/cpuinfo (exposed for tests); 0 if it names no core.

@@ -176,7 +176,7 @@ int SatFormula::new_group_like(int& slot) {
 }
 
 bool SatFormula::solve() {
-  if (store_cnf_formula_ && !write_cnf(CnfFileName)) reportWarning(cannotOpenForOutput(CnfFileName));
+  if (store_cnf_formula_) write_cnf(CnfFileName);
   double start = monotonicSeconds();
   int result = engine_->solve();
   globalSatTime += monotonicSeconds() - start;
@@ -203,7 +203,10 @@ void SatFormula::reset() {
 
 bool SatFormula::write_cnf(const char* file_name) {
   FILE* file = std::fopen(file_name, "w");
-  if (file == nullptr) return false;
+  if (file == nullptr) {
+    reportWarning(cannotOpenForOutput(file_name));
+    return false;
+  }
   std::fprintf(file, "p cnf %d %d\n", static_cast<int>(engine_->num_variables()),
                static_cast<int>(engine_->num_clauses()));
   std::string line;
@@ -220,8 +223,9 @@ bool SatFormula::write_cnf(const char* file_name) {
     line += " 0\n";
     std::fputs(line.c_str(), file);
   }
-  std::fclose(file);
-  return true;
+  if (closeWrittenFile(file)) return true;
+  reportWarning(cannotWriteFile());
+  return false;
 }
 
 void SatFormula::print_statistics(FILE* stream) {

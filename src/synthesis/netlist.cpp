@@ -1,8 +1,10 @@
 // The unmapped Verilog netlist of derived equations, and where the mode's results go.
+#include <set>
 #include <string>
 
 #include "platform/options.h"
 #include "platform/reporter.h"
+#include "platform/system.h"
 #include "synthesis/equations.h"
 #include "synthesis/expression_text.h"
 
@@ -53,8 +55,18 @@ class NetlistWriter {
     return complementText(a.sop, unit_.signals, ConstantStyle::Verilog);
   }
 
+  // A made wire never takes the name of a signal or of another wire: an output named
+  // "x_SET" beside an output x would otherwise get two drivers.
+  std::string wire(const std::string& wanted) {
+    std::string name = verilogName(wanted);
+    for (uint32_t n = 1; taken_.count(name); ++n) name = verilogName(wanted + "_" + std::to_string(n));
+    taken_.insert(name);
+    return name;
+  }
+
   void header() {
     std::vector<std::string> outputs, inputs;
+    for (const Signal* s : unit_.signals) taken_.insert(verilogName(s->name));
     for (const Signal* s : unit_.signals) {
       if (s->kind == SignalOutput) outputs.push_back(verilogName(s->name));
       if (s->kind == SignalInput) inputs.push_back(verilogName(s->name));
@@ -97,15 +109,14 @@ class NetlistWriter {
 
   void standard_c(const SignalImplementation& set, const SignalImplementation& reset) {
     std::string name = set.signal->name;
-    auto wire = [&](const char* suffix) { return verilogName(name + suffix); };
+    std::string z = verilogName(name), s = wire(name + "_SET"), r = wire(name + "_nRESET");
     out_ += "\n\n    // Signal " + name + " cost=" + std::to_string(set.cost() + reset.cost()) + "\n";
     for (size_t i = 0; i < set.alternatives.size(); ++i)
-      out_ += statementLead(i == 0) + std::string("assign ") + wire("_SET") + " = " + expression(set.alternatives[i]) +
+      out_ += statementLead(i == 0) + std::string("assign ") + s + " = " + expression(set.alternatives[i]) +
               "; // cost=" + std::to_string(set.alternatives[i].literals) + "\n";
     for (size_t i = 0; i < reset.alternatives.size(); ++i)
-      out_ += statementLead(i == 0) + std::string("assign ") + wire("_nRESET") + " = " +
-              complement(reset.alternatives[i]) + "; // cost=" + std::to_string(reset.alternatives[i].literals) + "\n";
-    std::string z = verilogName(name), s = wire("_SET"), r = wire("_nRESET");
+      out_ += statementLead(i == 0) + std::string("assign ") + r + " = " + complement(reset.alternatives[i]) +
+              "; // cost=" + std::to_string(reset.alternatives[i].literals) + "\n";
     out_ += "    assign " + z + " = " + s + " & " + r + " | " + z + " & (" + s + " | " + r + "); // C-element\n";
   }
 
@@ -119,6 +130,7 @@ class NetlistWriter {
   const EquationMode& mode_;
   const StgPrefix& unit_;
   std::string out_;
+  std::set<std::string> taken_;  // Verilog names of the signals and of the wires made so far
 };
 
 // The netlist file, or the error stream after the warning when it cannot be opened.
@@ -127,7 +139,7 @@ void writeNetlistFile(const EquationMode& mode) {
   FILE* file = std::fopen(name.c_str(), "w");
   if (!file) reportWarning(cannotOpenForOutput(name));
   mode.write_netlist(file ? file : stderr);
-  if (file) std::fclose(file);
+  if (file && !closeWrittenFile(file)) reportError(cannotWriteFile());
 }
 
 }  // namespace

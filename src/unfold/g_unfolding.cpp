@@ -5,6 +5,7 @@
 
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
+#include "platform/reporter.h"
 
 namespace nurex {
 
@@ -15,6 +16,7 @@ std::unique_ptr<Prefix<Net>> unfoldInto(std::unique_ptr<Net> net, const UnfoldOp
   auto prefix = std::make_unique<Prefix<Net>>();
   static_cast<Net&>(*prefix) = std::move(*net);
   if (!unfoldNet(*prefix, options)) return nullptr;
+  prefix->unfoldedHere = true;
   return prefix;
 }
 
@@ -30,6 +32,11 @@ bool readUnfoldedG(const std::string& fileName, bool petriNetAccepted, const Unf
     if (!prefix || (runChecks && !runLoadChecks(*prefix))) return false;
     out.petriNetPrefix = std::move(prefix);
     return true;
+  }
+  // Unfolded as an STG, such a net would only fail later for a reason beside the point.
+  if (!hasSignals) {
+    reportError("the mode needs an STG, but " + fileName + " declares no signals, only dummy transitions");
+    return false;
   }
   std::unique_ptr<StgPrefix> prefix = unfoldInto(std::move(stg), options);
   if (!prefix || !inferSignalValues(*prefix) || (runChecks && !runLoadChecks(*prefix))) return false;

@@ -2,6 +2,10 @@
 #include "unfold/worker_pool.h"
 
 #include <chrono>
+#include <string>
+#include <system_error>
+
+#include "platform/reporter.h"
 
 namespace nurex {
 
@@ -98,7 +102,7 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
 void WorkerPool::wakeWorkers(PoolCommand command) {
   if (!started_) {
     started_ = true;
-    for (unsigned i = 0; i < workers_.size(); ++i) workers_[i]->thread = std::thread([this, i] { workerLoop(i + 1); });
+    startThreads();
   }
   running_.store(static_cast<unsigned>(workers_.size()), std::memory_order_release);
   for (auto& worker : workers_) {
@@ -107,6 +111,25 @@ void WorkerPool::wakeWorkers(PoolCommand command) {
     worker->pending.store(true, std::memory_order_release);
     worker->wake.notify_one();
   }
+}
+
+// A process or memory limit may refuse a thread; the unfolding goes on with those that
+// started (perhaps only the calling thread), since which thread takes an item never
+// changes a result.
+void WorkerPool::startThreads() {
+  for (unsigned i = 0; i < workers_.size(); ++i) {
+    try {
+      workers_[i]->thread = std::thread([this, i] { workerLoop(i + 1); });
+    } catch (const std::system_error&) {
+      workers_.resize(i);
+      reportWarning(threadStartFailure(i + 1));
+      return;
+    }
+  }
+}
+
+std::string threadStartFailure(unsigned threads) {
+  return "cannot start another thread; the unfolding goes on with " + std::to_string(threads) + " thread(s)";
 }
 
 void WorkerPool::waitForWorkers() {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -72,6 +73,7 @@ class WorkerPool {
   void workerLoop(unsigned number);
   void takeItems(unsigned worker);
   void wakeWorkers(PoolCommand command);
+  void startThreads();
   void waitForWorkers();
   void finishPass();
 
@@ -88,5 +90,8 @@ class WorkerPool {
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
   std::chrono::steady_clock::time_point born_ = std::chrono::steady_clock::now();
 };
+
+// The warning when a thread cannot be started; `threads` is how many the run goes on with.
+std::string threadStartFailure(unsigned threads);
 
 }  // namespace nurex

@@ -43,7 +43,6 @@ std::string legacyFormatDeprecated(const std::string& formatName) {
          "errorneous output; you are STRONGLY ADVISED to switch to the new PNML-based format";
 }
 
-std::string cannotWriteFile() { return "cannot write a file"; }
 
 std::string signalDeclaredTwice(const std::string& signal, const std::string& file, unsigned long line) {
   return "signal " + signal + " is declared more then once (file " + file + ", line " + std::to_string(line) + ")";

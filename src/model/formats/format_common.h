@@ -14,7 +14,6 @@ bool endsWith(std::string_view text, std::string_view tail);
 
 // "the legacy *.mci format is deprecated, ..." for format name "*.mci" or "*.mp".
 std::string legacyFormatDeprecated(const std::string& formatName);
-std::string cannotWriteFile();
 std::string signalDeclaredTwice(const std::string& signal, const std::string& file, unsigned long line);
 std::string dummySignalHasInitialValue(const std::string& signal);
 std::string dummyTransitionHasSign(const std::string& transition);

@@ -1,6 +1,7 @@
 // Stream buffers on zlib's gzip file interface, for reading and writing *.pnml.gz.
 #pragma once
 
+#include <cstdio>
 #include <streambuf>
 #include <string>
 
@@ -8,8 +9,10 @@
 
 namespace nurex {
 
-// Reads the decompressed bytes of a gzip file. Unlike gzread's transparent mode it refuses
-// a file that is not gzip data: the stream then ends at once and `failed()` tells why.
+// Reads the decompressed bytes of a gzip file, member after member. Unlike zlib's gzread
+// it refuses what is not wholly gzip data: a plain file, a member cut short (a missing
+// trailer included), a damaged member, and bytes after the last member. The stream then
+// ends and `failed()` tells why.
 class GzipInputBuffer : public std::streambuf {
  public:
   explicit GzipInputBuffer(const std::string& fileName);
@@ -18,7 +21,7 @@ class GzipInputBuffer : public std::streambuf {
   GzipInputBuffer& operator=(const GzipInputBuffer&) = delete;
 
   bool isOpen() const { return file_ != nullptr; }
-  // After the end of the stream: whether the data ended in a fault, and zlib's text for it.
+  // After the end of the stream: whether the data ended in a fault, and the text for it.
   bool failed() const { return !error_.empty(); }
   const std::string& error() const { return error_; }
 
@@ -26,8 +29,16 @@ class GzipInputBuffer : public std::streambuf {
   int_type underflow() override;
 
  private:
-  gzFile file_ = nullptr;
+  bool fill();        // more compressed bytes; false at the end of the file
+  bool nextMember();  // after a member: another one follows (true), or the data ends
+  void fail(const std::string& why);
+
+  FILE* file_ = nullptr;
+  z_stream stream_{};
+  bool inflating_ = false;  // inside a member
+  bool finished_ = false;
   std::string error_;
+  unsigned char input_[1 << 16];
   char buffer_[1 << 16];
 };
 

@@ -74,7 +74,9 @@ bool saveStg(const Stg& stg, const std::string& fileName) {
       reportError(cannotOpenForOutput(fileName));
       return false;
     }
-    return writeStgText(stg, out);
+    if (writeStgText(stg, out)) return true;
+    reportError(cannotWriteFile());
+    return false;
   }
   if (!isPnmlName(fileName)) reportWarning(unknownFileExtension(fileName));
   return writeNetPnml(stg, fileName);

@@ -1,6 +1,7 @@
 // Reading PNML documents, opening them for writing, element access with the readers' messages, ids and arcs.
 #include "model/formats/xml_document.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -44,17 +45,71 @@ std::string textAt(const char* where) {
   return std::string(where, length);
 }
 
+// PNML nests a handful of levels; the parser recurses once per level, so a document nested
+// deeper than this would overflow the stack before it could be refused.
+constexpr uint32_t MaxXmlDepth = 256;
+
+size_t skipPast(const std::string& text, size_t from, const char* end) {
+  size_t at = text.find(end, from);
+  return at == std::string::npos ? text.size() : at + std::strlen(end);
+}
+
+// The nesting depth of elements, found by a scan that knows comments, CDATA sections,
+// processing instructions, declarations and quoted attribute values. It stops as soon as
+// the depth passes `limit`.
+uint32_t elementDepth(const std::string& text, uint32_t limit) {
+  uint32_t depth = 0, deepest = 0;
+  size_t i = 0, n = text.size();
+  while (i < n && deepest <= limit) {
+    i = text.find('<', i);
+    if (i == std::string::npos) break;
+    if (text.compare(i, 4, "<!--") == 0) i = skipPast(text, i + 4, "-->");
+    else if (text.compare(i, 9, "<![CDATA[") == 0) i = skipPast(text, i + 9, "]]>");
+    else if (text.compare(i, 2, "<?") == 0) i = skipPast(text, i + 2, "?>");
+    else if (text.compare(i, 2, "<!") == 0) i = skipPast(text, i + 2, ">");
+    else if (text.compare(i, 2, "</") == 0) {
+      if (depth > 0) --depth;
+      i = skipPast(text, i + 2, ">");
+    } else {
+      char quote = 0;
+      size_t j = i + 1;
+      for (; j < n; ++j) {
+        char c = text[j];
+        if (quote) quote = c == quote ? 0 : quote;
+        else if (c == '"' || c == '\'') quote = c;
+        else if (c == '>') break;
+      }
+      if (j >= n || text[j - 1] != '/') deepest = std::max(deepest, ++depth);
+      i = j + 1;
+    }
+  }
+  return deepest;
+}
+
 }  // namespace
 
 std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName) {
   auto input = std::make_unique<XmlInput>();
   std::string& text = input->buffer;
   if (endsWith(fileName, ".gz") ? !readGzipFile(fileName, text) : !readWholeFile(fileName, text)) return nullptr;
+  if (elementDepth(text, MaxXmlDepth) > MaxXmlDepth) {
+    reportError("syntax error in an XML file: elements nested more than " + std::to_string(MaxXmlDepth) +
+                " deep (" + fileName + ")");
+    return nullptr;
+  }
   // The string's own terminator ends the text for the parser, which writes into it in place.
   try {
     input->document.parse<rapidxml::parse_validate_closing_tags | rapidxml::parse_no_data_nodes>(input->buffer.data());
   } catch (const rapidxml::parse_error& e) {
     reportError("syntax error in an XML file: " + std::string(e.what()) + " (" + textAt(e.where<char>()) + ")");
+    return nullptr;
+  }
+  // A second document behind the first (two gzip members, say) would otherwise go unread.
+  int roots = 0;
+  for (const XmlNode* node = input->document.first_node(); node; node = node->next_sibling())
+    roots += node->type() == rapidxml::node_element;
+  if (roots > 1) {
+    reportError("syntax error in an XML file: more than one root element (" + fileName + ")");
     return nullptr;
   }
   return input;

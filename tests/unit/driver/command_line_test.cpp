@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "support/capture.h"
@@ -92,6 +97,29 @@ TEST(CommandLine, LargeCountsAreReadWhole) {
   EXPECT_EQ((*parse({"-D", "-a4294967295", "n.mci"}))["all_solutions"], -1);
   EXPECT_FALSE(parse({"-D", "-a4294967296", "n.mci"}));
   EXPECT_EQ((*parse({"-T", "-g2147483647", "n.mci"}))["max_gate_inputs"], 2147483647);
+}
+
+// Results written over the input would destroy it: the same file under another name or
+// through a link is refused too, and nothing is written.
+TEST(CommandLine, OutputFileThatIsTheInputIsRefused) {
+  char dir[] = "/tmp/nurex_same_XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  std::string input = std::string(dir) + "/net.g", link = std::string(dir) + "/link.g";
+  { std::ofstream(input) << "kept"; }
+  ASSERT_EQ(symlink(input.c_str(), link.c_str()), 0);
+  for (const std::string& output : {input, std::string(dir) + "/./net.g", link}) {
+    std::string err;
+    EXPECT_FALSE(parse({"-D", input, output}, &err)) << output;
+    EXPECT_EQ(err, "\nError: the output file " + output + " is the input file\n");
+    resetStatus();
+  }
+  EXPECT_TRUE(parse({"-D", input, std::string(dir) + "/other.txt"}));
+  std::ifstream in(input);
+  std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(content, "kept");
+  std::remove(link.c_str());
+  std::remove(input.c_str());
+  rmdir(dir);
 }
 
 }  // namespace
