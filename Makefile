@@ -4,12 +4,19 @@ PACKAGES := minisat libcadical-dev libbdd-dev librapidxml-dev zlib1g-dev bison f
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps build build-asan run test test-release test-asan bench clean
+.PHONY: all deps build build-asan run test test-release test-asan bench fuzz fuzz-deps install-packages clean
 
 all: build
 
 deps:
-	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	@$(MAKE) --no-print-directory install-packages WANTED="$(PACKAGES)"
+
+# Only fuzzing needs clang and its libFuzzer runtime.
+fuzz-deps: deps
+	@$(MAKE) --no-print-directory install-packages WANTED="clang libclang-rt-dev"
+
+install-packages:
+	@missing=""; for p in $(WANTED); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  echo "installing:$$missing"; \
 	  $(SUDO) apt-get update -qq && DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq $$missing; \
@@ -41,5 +48,9 @@ test-asan: build-asan
 bench: build-release
 	bench/run
 
+# Fuzzes every reader and parser for FUZZ_SECONDS each (clang's libFuzzer).
+fuzz: fuzz-deps
+	tests/fuzz/run
+
 clean:
-	rm -rf build build-asan build-release
+	rm -rf build build-asan build-release build-fuzz

@@ -1,0 +1,171 @@
+// The fuzz targets: readers get the bytes as a file of their extension, parsers as text,
+// and the pipeline target loads a small .g, unfolds it and checks deadlock and CSC.
+#include "fuzz/harnesses.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "model/checks.h"
+#include "model/formats/g_reader.h"
+#include "model/formats/readers.h"
+#include "platform/options.h"
+#include "platform/reporter.h"
+#include "reach/coefficients.h"
+#include "reach/reach.h"
+#include "unfold/unfolder.h"
+#include "verify/conflicts.h"
+#include "verify/deadlock.h"
+
+namespace nurex::fuzz {
+
+namespace {
+
+// One scratch file per process and extension, rewritten for every input.
+std::string scratchFile(const char* extension) {
+  const char* dir = std::getenv("TMPDIR");
+  return std::string(dir && *dir ? dir : "/tmp") + "/nurex_fuzz_" + std::to_string(getpid()) + extension;
+}
+
+std::string asFile(const uint8_t* data, size_t size, const char* extension) {
+  std::string name = scratchFile(extension);
+  if (FILE* f = std::fopen(name.c_str(), "wb")) {
+    if (size) std::fwrite(data, 1, size, f);
+    std::fclose(f);
+  }
+  return name;
+}
+
+// Diagnostics are the expected outcome of most inputs; they would only slow the fuzzer.
+struct Quiet {
+  Quiet() {
+    std::fflush(stderr);
+    std::fflush(stdout);
+    saved_err = dup(2);
+    saved_out = dup(1);
+    int null = open("/dev/null", O_WRONLY);
+    dup2(null, 2);
+    dup2(null, 1);
+    close(null);
+  }
+  ~Quiet() {
+    std::fflush(stderr);
+    std::fflush(stdout);
+    dup2(saved_err, 2);
+    dup2(saved_out, 1);
+    close(saved_err);
+    close(saved_out);
+    resetStatus();
+  }
+  int saved_err, saved_out;
+};
+
+int gText(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  std::string file = asFile(data, size, ".g");
+  readStgText(file);
+  std::remove(file.c_str());
+  return 0;
+}
+
+int mci(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  std::string file = asFile(data, size, ".mci");
+  readPrefixMci(file);
+  resetStatus();
+  readStgPrefixMci(file);
+  std::remove(file.c_str());
+  return 0;
+}
+
+int mp(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  std::string file = asFile(data, size, ".mp");
+  readMergedProcessMp(file);
+  resetStatus();
+  readStgMergedProcessMp(file);
+  std::remove(file.c_str());
+  return 0;
+}
+
+int pnmlAs(const uint8_t* data, size_t size, const char* extension) {
+  Quiet quiet;
+  std::string file = asFile(data, size, extension);
+  LoadedUnit loaded;
+  readPnmlUnit(file,
+               {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
+                "merged_process:STG"},
+               loaded);
+  std::remove(file.c_str());
+  return 0;
+}
+
+int pnml(const uint8_t* data, size_t size) { return pnmlAs(data, size, ".pnml"); }
+int pnmlGzip(const uint8_t* data, size_t size) { return pnmlAs(data, size, ".pnml.gz"); }
+
+int reach(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  parseReachText(std::string(reinterpret_cast<const char*>(data), size));
+  return 0;
+}
+
+// Coefficient expressions are evaluated over an STG's signal counts; a small fixed one serves.
+int coefficient(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  static const std::unique_ptr<Stg> stg = [] {
+    const char text[] = ".inputs a b\n.outputs x\n.internal y\n.graph\na+ x+\nx+ b+\nb+ y+\ny+ a-\na- x-\nx- b-\nb- y-\ny- a+\n"
+                        ".marking {<y-,a+>}\n.end\n";
+    std::string file = asFile(reinterpret_cast<const uint8_t*>(text), sizeof text - 1, ".coeff.g");
+    std::unique_ptr<Stg> read = readStgText(file);
+    std::remove(file.c_str());
+    return read;
+  }();
+  int32_t value;
+  if (stg) evaluateCoefficient(std::string(reinterpret_cast<const char*>(data), size), *stg, value);
+  return 0;
+}
+
+// The work of a run grows with the net; a small one keeps every input quick.
+constexpr size_t PipelineNodeLimit = 24;
+
+int pipeline(const uint8_t* data, size_t size) {
+  Quiet quiet;
+  std::string file = asFile(data, size, ".g");
+  std::unique_ptr<Stg> stg = readStgText(file);
+  std::remove(file.c_str());
+  if (!stg || stg->places.size() + stg->transitions.size() > PipelineNodeLimit) return 0;
+  auto prefix = std::make_unique<StgPrefix>();
+  static_cast<Stg&>(*prefix) = std::move(*stg);
+  UnfoldOptions options = reUnfoldingOptions();
+  options.number_of_threads = 1;
+  if (!unfoldNet(*prefix, options) || !inferSignalValues(*prefix) || !runLoadChecks(*prefix)) return 0;
+  OptionMap deadlock;
+  deadlock["solver"] = 1;
+  makeDeadlockMode(*prefix, deadlock)->run();
+  resetStatus();
+  OptionMap csc;
+  csc["solver"] = 1;
+  makeCscMode(*prefix, csc)->run();
+  return 0;
+}
+
+}  // namespace
+
+const std::vector<FuzzTarget>& fuzzTargets() {
+  static const std::vector<FuzzTarget> targets = {
+      {"g", gText},     {"mci", mci},     {"mp", mp},           {"pnml", pnml},
+      {"pnml_gz", pnmlGzip}, {"reach", reach}, {"coefficient", coefficient}, {"pipeline", pipeline},
+  };
+  return targets;
+}
+
+const FuzzTarget* findFuzzTarget(const std::string& name) {
+  for (const FuzzTarget& t : fuzzTargets())
+    if (name == t.name) return &t;
+  return nullptr;
+}
+
+}  // namespace nurex::fuzz
