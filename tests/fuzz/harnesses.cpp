@@ -8,16 +8,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sstream>
 
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
 #include "model/formats/readers.h"
+#include "model/formats/writers.h"
 #include "platform/options.h"
 #include "platform/reporter.h"
 #include "reach/coefficients.h"
 #include "reach/reach.h"
 #include "unfold/unfolder.h"
 #include "verify/conflicts.h"
+#include "support/net_text.h"
 #include "verify/deadlock.h"
 
 namespace nurex::fuzz {
@@ -63,11 +66,22 @@ struct Quiet {
   int saved_err, saved_out;
 };
 
+// Every net read is also written and read back, and must come back the same: the writer
+// prints what -R and -T hand to the user.
 int gText(const uint8_t* data, size_t size) {
   Quiet quiet;
   std::string file = asFile(data, size, ".g");
-  readStgText(file);
+  bool hasSignals = false;
+  std::unique_ptr<Stg> first = readStgText(file, &hasSignals);
   std::remove(file.c_str());
+  if (!first) return 0;
+  std::ostringstream text;
+  if (!writeStgText(*first, text)) return 0;
+  bool againHasSignals = false;
+  std::unique_ptr<Stg> second = parseStgText(text.str(), "written", &againHasSignals);
+  if (!second || againHasSignals != hasSignals || test::canonicalNet(*second, true) != test::canonicalNet(*first, true) ||
+      test::canonicalSignals(*second) != test::canonicalSignals(*first))
+    __builtin_trap();
   return 0;
 }
 

@@ -72,23 +72,28 @@ class ArcSet {
   size_t count_ = 0;
 };
 
+const char* const SignalKeywords[] = {".inputs", ".outputs", ".internal", ".dummy"};
+
 class GParser {
  public:
   explicit GParser(const std::string& fileName) : fileName_(fileName), stg_(std::make_unique<Stg>()) {}
 
   std::unique_ptr<Stg> parse(std::string_view text, bool* hasSignals) {
-    size_t at = 0;
-    while (at <= text.size() && !ended_) {
-      size_t end = text.find('\n', at);
-      if (end == std::string_view::npos) end = text.size();
-      ++line_;
-      std::string_view line = text.substr(at, end - at);
-      line = line.substr(0, line.find('#'));
-      if (!parseLine(line)) return nullptr;
-      at = end + 1;
-    }
+    // Declarations hold for the whole file: a signal declared below a line that names it
+    // must not have made that name a place.
+    declaring_ = true;
+    if (!forEachLine(text)) return nullptr;
+    declaring_ = false;
+    line_ = 0;
+    ended_ = false;
+    if (!forEachLine(text)) return nullptr;
     if (markingOpen_) {
       fail("the marking is not closed by \"}\"");
+      return nullptr;
+    }
+    if (!inGraph_ || !graphLines_) {
+      reportError(inGraph_ ? "the .graph section of " + fileName_ + " is empty"
+                           : fileName_ + " has no .graph section");
       return nullptr;
     }
     sortSignals(*stg_);
@@ -98,6 +103,33 @@ class GParser {
   }
 
  private:
+  bool forEachLine(std::string_view text) {
+    size_t at = 0;
+    while (at <= text.size() && !ended_) {
+      size_t end = text.find('\n', at);
+      if (end == std::string_view::npos) end = text.size();
+      ++line_;
+      std::string_view line = text.substr(at, end - at);
+      line = line.substr(0, line.find('#'));
+      if (!(declaring_ ? declareLine(line) : parseLine(line))) return false;
+      at = end + 1;
+    }
+    return true;
+  }
+
+  // The first pass: signal declarations only (a marking spread over lines holds none).
+  bool declareLine(std::string_view line) {
+    tokensOf(line, tokens_);
+    if (tokens_.empty()) return true;
+    if (tokens_[0] == ".end") ended_ = true;
+    for (uint8_t kind = SignalInput; kind <= SignalDummy; ++kind)
+      if (tokens_[0] == SignalKeywords[kind]) {
+        for (size_t i = 1; i < tokens_.size(); ++i)
+          if (!declareSignal(tokens_[i], kind)) return false;
+      }
+    return true;
+  }
+
   bool fail(const std::string& what) {
     reportError(syntaxErrorInFile(fileName_, line_) + ": " + what);
     return false;
@@ -110,18 +142,14 @@ class GParser {
     if (tokens.empty()) return true;
     if (tokens[0][0] == '.') return parseKeyword(tokens, line);
     if (!inGraph_) return fail("unexpected \"" + std::string(tokens[0]) + "\" before .graph");
+    ++graphLines_;
     return parseArcs(tokens);
   }
 
   bool parseKeyword(const std::vector<std::string_view>& tokens, std::string_view line) {
     std::string_view keyword = tokens[0];
-    static const char* const signalKeywords[] = {".inputs", ".outputs", ".internal", ".dummy"};
     for (uint8_t kind = SignalInput; kind <= SignalDummy; ++kind)
-      if (keyword == signalKeywords[kind]) {
-        for (size_t i = 1; i < tokens.size(); ++i)
-          if (!declareSignal(tokens[i], kind)) return false;
-        return true;
-      }
+      if (keyword == SignalKeywords[kind]) return true;  // taken in the first pass
     if (keyword == ".model" || keyword == ".name") {
       if (tokens.size() > 1) stg_->name = tokens[1];
     } else if (keyword == ".graph") {
@@ -287,7 +315,9 @@ class GParser {
       if (at < text.size() && text[at] == '=' && !readCount(text, ++at, count)) return false;
       Place* marked = markedPlace(name);
       if (!marked) return fail("marked place " + name + " does not exist");
-      marked->tokens += count;
+      // A second mention would add to the count, past its range at worst.
+      if (marked->tokens != 0) return fail("place " + name + " is marked twice");
+      marked->tokens = count;
     }
   }
 
@@ -305,6 +335,8 @@ class GParser {
   std::unique_ptr<Stg> stg_;
   unsigned long line_ = 0;
   bool inGraph_ = false, markingOpen_ = false, expectBrace_ = false, ended_ = false;
+  bool declaring_ = false;   // the first pass, over the declarations
+  size_t graphLines_ = 0;    // lines of nodes and arcs after .graph
   NameMap<Signal*> signals_;
   NameMap<Transition*> transitions_;
   NameMap<Place*> places_;

@@ -39,6 +39,11 @@ void writeGraph(const Stg& stg, std::ostream& out) {
     for (const Place* p : t->postset)
       out << ' ' << (isImplicit(p) ? withoutKindPrefix(p->postset[0]->name) : p->name);
   }
+  // A node without arcs is a line of its own, or it would not come back when read.
+  for (const Place* p : stg.places)
+    if (p->preset.empty() && p->postset.empty()) out << '\n' << p->name;
+  for (const Transition* t : stg.transitions)
+    if (t->preset.empty() && t->postset.empty()) out << '\n' << withoutKindPrefix(t->name);
 }
 
 void writeMarking(const Stg& stg, std::ostream& out) {

@@ -16,6 +16,7 @@
 
 #include "model/prefix.h"
 #include "platform/reporter.h"
+#include "support/net_text.h"
 
 namespace nurex::test {
 
@@ -62,44 +63,6 @@ std::string diagnosticsOf(Action action) {
 
 inline std::string errorText(const std::string& text) { return "\nError: " + text + "\n"; }
 inline std::string warningText(const std::string& text) { return "\nWarning: " + text + "\n"; }
-
-// Names of nodes and their neighbours, independent of numbering: two nets with equal texts
-// have the same places, transitions, arcs and marking. With `implicitNames` a place with one
-// producer and one consumer is named "<t,u>" after them, as the .g form writes it.
-inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false) {
-  std::vector<std::string> lines;
-  for (const Place* p : net.places) {
-    std::vector<std::string> in, out;
-    for (const Transition* t : p->preset) in.push_back(t->name);
-    for (const Transition* t : p->postset) out.push_back(t->name);
-    std::sort(in.begin(), in.end());
-    std::sort(out.begin(), out.end());
-    std::string name = p->name;
-    if (implicitNames && in.size() == 1 && out.size() == 1) name = "<" + in[0] + "," + out[0] + ">";
-    std::string line = "P " + name + " " + std::to_string(p->tokens) + " <";
-    for (auto& n : in) line += " " + n;
-    line += " >";
-    for (auto& n : out) line += " " + n;
-    lines.push_back(line);
-  }
-  for (const Transition* t : net.transitions) lines.push_back("T " + t->name);
-  std::sort(lines.begin(), lines.end());
-  std::string text;
-  for (auto& l : lines) text += l + "\n";
-  return text;
-}
-
-inline std::string canonicalSignals(const Stg& stg) {
-  std::string text;
-  for (const Signal* s : stg.signals)
-    text += s->name + ":" + std::to_string(s->kind) + ":" + std::to_string(s->initialValue) + "\n";
-  std::vector<std::string> lines;
-  for (const Transition* t : stg.transitions)
-    lines.push_back(t->name + "->" + (t->signal ? t->signal->name : "-") + ":" + std::to_string(t->sign) + "\n");
-  std::sort(lines.begin(), lines.end());
-  for (auto& l : lines) text += l;
-  return text;
-}
 
 // Events in list order with transition, preset and postset places and cut-off kind.
 template <class Unit>

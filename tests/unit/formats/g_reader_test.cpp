@@ -136,6 +136,11 @@ TEST(GReader, ErrorsNameFileLineAndFault) {
       {".dummy t\n.graph\np t\n.marking { p=99999999999 }\n", "syntax error (file t.g, line 4): token count expected in the marking"},
       {".dummy t\n.graph\np t\n.marking { <p }\n", "syntax error (file t.g, line 4): \">\" expected in the marking"},
       {".dummy t\n.graph\np t\n.marking { p } x\n", "syntax error (file t.g, line 4): unexpected text after the marking"},
+      // A second mention once added to the count, which wrapped to an empty marking.
+      {".dummy t\n.graph\np t\n.marking { p=4294967295 p }\n", "syntax error (file t.g, line 4): place p is marked twice"},
+      {"", "t.g has no .graph section"},
+      {".inputs a\n.outputs b\n.end\n", "t.g has no .graph section"},
+      {".inputs a\n.graph\n.marking { }\n.end\n", "the .graph section of t.g is empty"},
   };
   for (const Case& c : cases) {
     std::string diagnostics;
@@ -143,6 +148,17 @@ TEST(GReader, ErrorsNameFileLineAndFault) {
     EXPECT_EQ(raiseStatus(0), StatusError);
     EXPECT_EQ(diagnostics, errorText(c.error));
   }
+}
+
+// Declarations hold for the whole file, also those written below the graph.
+TEST(GReader, DeclarationsAfterTheGraphApplyToItAll) {
+  std::string diagnostics;
+  std::unique_ptr<Stg> stg = parse(".graph\na+ b+\nb+ a-\na- b-\nb- a+\n.inputs a\n.outputs b\n.marking { <b-,a+> }\n",
+                                   diagnostics);
+  ASSERT_TRUE(stg) << diagnostics;
+  EXPECT_EQ(stg->transitions.size(), 4u);
+  EXPECT_EQ(stg->places.size(), 4u);
+  for (const Transition* t : stg->transitions) EXPECT_NE(t->signal, nullptr) << t->name;
 }
 
 TEST(GReader, ReadsWhatTheWriterWrote) {

@@ -1,0 +1,51 @@
+// Test support: a canonical text of a net and of an STG's signals, independent of node
+// numbering, which two reads of the same net must share.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "model/net.h"
+
+namespace nurex::test {
+
+// Names of nodes and their neighbours, independent of numbering: two nets with equal texts
+// have the same places, transitions, arcs and marking. With `implicitNames` a place with one
+// producer and one consumer is named "<t,u>" after them, as the .g form writes it.
+inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false) {
+  std::vector<std::string> lines;
+  for (const Place* p : net.places) {
+    std::vector<std::string> in, out;
+    for (const Transition* t : p->preset) in.push_back(t->name);
+    for (const Transition* t : p->postset) out.push_back(t->name);
+    std::sort(in.begin(), in.end());
+    std::sort(out.begin(), out.end());
+    std::string name = p->name;
+    if (implicitNames && in.size() == 1 && out.size() == 1) name = "<" + in[0] + "," + out[0] + ">";
+    std::string line = "P " + name + " " + std::to_string(p->tokens) + " <";
+    for (auto& n : in) line += " " + n;
+    line += " >";
+    for (auto& n : out) line += " " + n;
+    lines.push_back(line);
+  }
+  for (const Transition* t : net.transitions) lines.push_back("T " + t->name);
+  std::sort(lines.begin(), lines.end());
+  std::string text;
+  for (auto& l : lines) text += l + "\n";
+  return text;
+}
+
+inline std::string canonicalSignals(const Stg& stg) {
+  std::string text;
+  for (const Signal* s : stg.signals)
+    text += s->name + ":" + std::to_string(s->kind) + ":" + std::to_string(s->initialValue) + "\n";
+  std::vector<std::string> lines;
+  for (const Transition* t : stg.transitions)
+    lines.push_back(t->name + "->" + (t->signal ? t->signal->name : "-") + ":" + std::to_string(t->sign) + "\n");
+  std::sort(lines.begin(), lines.end());
+  for (auto& l : lines) text += l;
+  return text;
+}
+
+}  // namespace nurex::test
