@@ -79,9 +79,15 @@ int gText(const uint8_t* data, size_t size) {
   if (!writeStgText(*first, text)) return 0;
   bool againHasSignals = false;
   std::unique_ptr<Stg> second = parseStgText(text.str(), "written", &againHasSignals);
-  if (!second || againHasSignals != hasSignals || test::canonicalNet(*second, true) != test::canonicalNet(*first, true) ||
-      test::canonicalSignals(*second) != test::canonicalSignals(*first))
+  // Place names may change (a name the marking would misread gets a fresh one), nothing else.
+  std::string before = test::canonicalNet(*first, true, true) + test::canonicalSignals(*first);
+  std::string after = second ? test::canonicalNet(*second, true, true) + test::canonicalSignals(*second) : "(not read)";
+  if (againHasSignals != hasSignals || after != before) {
+    std::string report = "written:\n" + text.str() + "\nread first:\n" + before + "\nread back:\n" + after + "\n";
+    if (write(quiet.saved_err, report.data(), report.size()) < 0) {
+    }
     __builtin_trap();
+  }
   return 0;
 }
 

@@ -12,8 +12,9 @@ namespace nurex::test {
 
 // Names of nodes and their neighbours, independent of numbering: two nets with equal texts
 // have the same places, transitions, arcs and marking. With `implicitNames` a place with one
-// producer and one consumer is named "<t,u>" after them, as the .g form writes it.
-inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false) {
+// producer and one consumer is named "<t,u>" after them, as the .g form writes it; with
+// `anonymousPlaces` no place has a name, and a place is told only by its arcs and tokens.
+inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false, bool anonymousPlaces = false) {
   std::vector<std::string> lines;
   for (const Place* p : net.places) {
     std::vector<std::string> in, out;
@@ -23,6 +24,7 @@ inline std::string canonicalNet(const PetriNet& net, bool implicitNames = false)
     std::sort(out.begin(), out.end());
     std::string name = p->name;
     if (implicitNames && in.size() == 1 && out.size() == 1) name = "<" + in[0] + "," + out[0] + ">";
+    if (anonymousPlaces) name = "-";
     std::string line = "P " + name + " " + std::to_string(p->tokens) + " <";
     for (auto& n : in) line += " " + n;
     line += " >";
