@@ -455,41 +455,15 @@ bool infer(StgPrefix& prefix, bool tryChains) {
 bool inferSignalValues(StgPrefix& prefix) { return infer(prefix, true); }
 bool inferSignalValuesByWalk(StgPrefix& prefix) { return infer(prefix, false); }
 
-namespace {
-// The events of `signal` in the past of e (e excluded) that no other such event follows.
-std::vector<Event*> nearestSignalEvents(Event* e, const Signal* signal) {
-  std::vector<Event*> frontier, stack{e};
-  std::unordered_set<Event*> seen{e};
-  while (!stack.empty()) {
-    Event* x = stack.back();
-    stack.pop_back();
-    for (Condition* c : x->preset) {
-      Event* p = c->producer;
-      if (!p || !seen.insert(p).second) continue;
-      if (p->transition->signal == signal) frontier.push_back(p);
-      else stack.push_back(p);
-    }
-  }
-  // Drop frontier events that lie in the past of another frontier event.
-  std::vector<Event*> nearest;
-  for (Event* f : frontier) {
-    bool below = false;
-    for (Event* g : frontier) {
-      if (g == f) continue;
-      auto past = localConfiguration(g);
-      if (std::binary_search(past.begin(), past.end(), f, [](Event* a, Event* b) { return a->index < b->index; })) {
-        below = true;
-        break;
-      }
-    }
-    if (!below) nearest.push_back(f);
-  }
-  return nearest;
-}
-}  // namespace
-
+// The phase records in one pass over the events in prefix order (producers come first):
+// for every event x, the last event of the signal in [x] and the number of the signal's
+// events in [x]. In a consistent STG the signal's events in a configuration form a chain,
+// so the last one below a falling event is the latest, by count, of its producers' last
+// ones; two different ones with the same count are concurrent, which only an inconsistent
+// STG allows. Linear in the prefix, where walking the past of every falling event was not.
 bool buildSignalPhaseRecords(const StgPrefix& prefix, const Signal* signal, std::vector<SignalPhaseRecord>& records) {
   records.clear();
+  if (signal->kind == SignalDummy) return true;
   std::vector<int64_t> recordOfHead(prefix.events.size(), -1);
   int64_t noHead = -1;
   if (signal->initialValue == 1) {
@@ -497,15 +471,35 @@ bool buildSignalPhaseRecords(const StgPrefix& prefix, const Signal* signal, std:
     records.emplace_back();
   }
   for (Event* e : prefix.events)
-    if (e->transition->signal == signal && !eventIsCutOff(e) && e->sign == SignPlus && signal->kind != SignalDummy) {
+    if (e->transition->signal == signal && !eventIsCutOff(e) && e->sign == SignPlus) {
       recordOfHead[e->index] = static_cast<int64_t>(records.size());
       records.push_back({e, {}});
     }
+  std::vector<Event*> last(prefix.events.size(), nullptr);
+  std::vector<uint32_t> count(prefix.events.size(), 0);
   for (Event* e : prefix.events) {
-    if (e->transition->signal != signal || eventIsCutOff(e) || e->sign != SignMinus) continue;
-    std::vector<Event*> previous = nearestSignalEvents(e, signal);
-    int64_t record = previous.empty() ? noHead : recordOfHead[previous.front()->index];
-    if (record < 0 || previous.size() > 1) {
+    Event* below = nullptr;
+    uint32_t belowCount = 0;
+    bool concurrent = false;
+    for (const Condition* c : e->preset) {
+      const Event* p = c->producer;
+      if (!p || !last[p->index]) continue;
+      Event* candidate = last[p->index];
+      uint32_t n = count[p->index];
+      if (n > belowCount) {
+        below = candidate;
+        belowCount = n;
+        concurrent = false;
+      } else if (n == belowCount && candidate != below) {
+        concurrent = true;
+      }
+    }
+    bool own = e->transition->signal == signal;
+    last[e->index] = own ? e : below;
+    count[e->index] = belowCount + (own ? 1 : 0);
+    if (!own || eventIsCutOff(e) || e->sign != SignMinus) continue;
+    int64_t record = below ? recordOfHead[below->index] : noHead;
+    if (record < 0 || concurrent) {
       reportInconsistency(signal, e);
       return false;
     }
