@@ -80,7 +80,9 @@ std::string coefficientList(const OptionMap&) {
 }  // namespace
 
 void printBriefHelp(const OptionMap&) {
-  std::string text = bannerText() + usageText + modeListText + briefOptionsText + "\nType nurex -h for extended help.\n";
+  std::string text = bannerText() + usageText + modeListText + briefOptionsText +
+                     "\nInputs: prefixes (*.mci, *.pnml[.gz]), merged processes (*.mp), and *.g nets and STGs."
+                     "\nType nurex -h for extended help.\n";
   writeWhole(text);
 }
 
@@ -94,6 +96,7 @@ void printFullHelp(const OptionMap& defaults) {
       "\ntransition, and also allows the signal-related features of REACH."
       "\n\nThe input file is a prefix of the unfolding (*.mci, or *.pnml and *.pnml.gz of type"
       "\nbranching_process), or a merged process (*.mp, or *.pnml and *.pnml.gz of type merged_process)."
+      "\nA net or STG in the *.g text form is also accepted and unfolded on loading (our extension)."
       "\n\nAn STG is normal if every output or internal signal is implementable by a monotonic gate:"
       "\n-N reports the signals whose next-state functions are neither positive nor negative.\n";
   text +=

@@ -15,6 +15,9 @@ namespace nurex {
 
 namespace {
 
+// Not a fault of the tool, but "Cannot derive equation" alone reads like one.
+const char* const NothingToDerive = "the STG has no output or internal signals: there is nothing to derive";
+
 std::string cscConflictMessage(const Signal* z) {
   return "CSC conflict for output signal " + z->name + ": cannot derive equation";
 }
@@ -54,6 +57,10 @@ uint64_t EquationMode::total_cost() const {
 
 bool EquationMode::run() {
   if (!signals.ok() || raiseStatus(0) >= StatusError) return false;
+  if (unit.outputsBegin == unit.dummiesBegin) {
+    reportWarning(NothingToDerive);
+    return false;
+  }
   ensureBddVariables(static_cast<uint32_t>(unit.signals.size()));
   bool latch = synthesis_type() == GeneralisedC || synthesis_type() == StandardC;
   for (uint32_t i = unit.outputsBegin; i < unit.dummiesBegin; ++i) {

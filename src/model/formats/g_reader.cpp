@@ -219,22 +219,49 @@ class GParser {
     return p;
   }
 
+  // A name that no place may have: a declared signal without a sign, or a dummy with one.
+  // Taken as places, they would surface later as an arc between two places, or not at all.
+  bool checkPlaceName(std::string_view token) {
+    std::string_view base = token.substr(0, token.rfind('/'));
+    if (const Signal* s = findSignal(base); s && s->kind != SignalDummy)
+      return fail("the transition " + std::string(token) + " of signal " + s->name + " needs a sign (+, - or ~)");
+    if (!base.empty() && isOneOf(base.back(), "+-~"))
+      if (const Signal* s = findSignal(base.substr(0, base.size() - 1)); s && s->kind == SignalDummy)
+        return fail("the dummy " + s->name + " is written with a sign in " + std::string(token));
+    return true;
+  }
+
+  // Why a place name may have been meant as a transition, or nothing.
+  std::string undeclaredHint(const Place* p) const {
+    std::string_view base = std::string_view(p->name).substr(0, p->name.rfind('/'));
+    if (!base.empty() && isOneOf(base.back(), "+-~"))
+      return "; " + std::string(base.substr(0, base.size() - 1)) + " is not a declared signal";
+    return "";
+  }
+
   // Each node once: transitions, else places, in order of first appearance.
-  void node(std::string_view token, Transition*& t, Place*& p) {
+  bool node(std::string_view token, Transition*& t, Place*& p) {
     t = transitionNamed(token);
-    p = t ? nullptr : placeNamed(token);
+    p = nullptr;
+    if (t) return true;
+    if (!places_.count(token) && !checkPlaceName(token)) return false;
+    p = placeNamed(token);
+    return true;
   }
 
   bool parseArcs(const std::vector<std::string_view>& tokens) {
     Transition* fromT;
     Place* fromP;
-    node(tokens[0], fromT, fromP);
+    if (!node(tokens[0], fromT, fromP)) return false;
     for (size_t i = 1; i < tokens.size(); ++i) {
       Transition* toT;
       Place* toP;
-      node(tokens[i], toT, toP);
-      if (fromP && toP)
-        return fail("arc between two places " + fromP->name + " and " + toP->name);
+      if (!node(tokens[i], toT, toP)) return false;
+      if (fromP && toP) {
+        std::string hint = undeclaredHint(fromP) + undeclaredHint(toP);
+        if (hint.empty()) hint = " (transitions must be declared: with .dummy, or as signals written with +, - or ~)";
+        return fail("arc between two places " + fromP->name + " and " + toP->name + hint);
+      }
       if (fromT && toT) {
         Place* implicit = newImplicitPlace(fromT, toT);
         link(fromT, implicit);
@@ -314,6 +341,8 @@ class GParser {
       uint32_t count = 1;
       if (at < text.size() && text[at] == '=' && !readCount(text, ++at, count)) return false;
       Place* marked = markedPlace(name);
+      if (!marked && name[0] != '<')
+        return fail("marked place " + name + " is not in the graph (a place without arcs needs a line of its own there)");
       if (!marked) return fail("marked place " + name + " does not exist");
       // A second mention would add to the count, past its range at worst.
       if (marked->tokens != 0) return fail("place " + name + " is marked twice");

@@ -44,10 +44,10 @@ TEST(GReader, ReadsDeclarationsGraphAndMarking) {
 
 TEST(GReader, NamesAreTransitionsOnlyInTheirForms) {
   std::string diagnostics;
-  auto stg = parse(".inputs a\n.dummy d\n.graph\na+/12 x+\nx+ d/3\nd/3 a/1\na/1 a~\na~ a-/x\n", diagnostics);
+  auto stg = parse(".inputs a\n.dummy d\n.graph\na+/12 x+\nx+ d/3\nd/3 y/1\ny/1 a~\na~ a-/x\n", diagnostics);
   ASSERT_TRUE(stg) << diagnostics;
-  // x is not declared and a/1 has no direction: places, as is a-/x with its bad number.
-  EXPECT_EQ(namesOf(*stg), "x+ a/1 a-/x | a+/12 d/3 a~");
+  // x and y are not declared: places, as is a-/x with its bad number.
+  EXPECT_EQ(namesOf(*stg), "x+ y/1 a-/x | a+/12 d/3 a~");
   EXPECT_EQ(stg->transitions[1]->signal->kind, SignalDummy);
   EXPECT_EQ(stg->transitions[2]->sign, SignNone);
 }
@@ -121,8 +121,16 @@ TEST(GReader, ErrorsNameFileLineAndFault) {
   struct Case {
     std::string text, error;
   } cases[] = {
-      {".inputs a\n.graph\np q\n", "syntax error (file t.g, line 3): arc between two places p and q"},
-      {".inputs a\n.graph\na+ p\n.marking { q }\n", "syntax error (file t.g, line 4): marked place q does not exist"},
+      {".inputs a\n.graph\np q\n",
+       "syntax error (file t.g, line 3): arc between two places p and q (transitions must be declared: with .dummy, or "
+       "as signals written with +, - or ~)"},
+      {".inputs a\n.graph\np b+\n", "syntax error (file t.g, line 3): arc between two places p and b+; b is not a declared signal"},
+      {".inputs a\n.graph\na+ p\np a/1\n",
+       "syntax error (file t.g, line 4): the transition a/1 of signal a needs a sign (+, - or ~)"},
+      {".dummy d\n.graph\nd d+\n", "syntax error (file t.g, line 3): the dummy d is written with a sign in d+"},
+      {".inputs a\n.graph\na+ p\n.marking { q }\n",
+       "syntax error (file t.g, line 4): marked place q is not in the graph (a place without arcs needs a line of its own "
+       "there)"},
       {".inputs a\n.graph\na+ p\n.marking { <a+,a-> }\n",
        "syntax error (file t.g, line 4): marked place <a+,a-> does not exist"},
       {".inputs a\n.outputs b a\n", "signal a is declared more then once (file t.g, line 2)"},

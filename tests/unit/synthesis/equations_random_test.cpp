@@ -47,7 +47,9 @@ void checkSeed(uint64_t seed, RandomStgOptions shape, RandomTally& tally) {
   // The modes see the states of configurations without a maximal dummy event; the unfolder
   // never cuts a signal event off against a configuration that ends with a pending dummy, so
   // every counted state is among them.
-  if (dummies) EXPECT_TRUE(allRepresented(*prefix, counted.states)) << "a state held only after a pending dummy";
+  if (dummies) {
+    EXPECT_TRUE(allRepresented(*prefix, counted.states)) << "a state held only after a pending dummy";
+  }
   // Seeds take turns over the two solvers.
   int solver = static_cast<int>(seed % 2);
   std::optional<std::pair<const Signal*, Role>> conflict = firstConflict(*prefix, counted.states, 1);
