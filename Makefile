@@ -31,13 +31,26 @@ build-asan: deps
 	@cmake --build build-asan -j $(JOBS)
 
 build-release: deps
-	@cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release -DNUREX_BENCH=ON >/dev/null
 	@cmake --build build-release -j $(JOBS)
 
-run: build
+# Only the program that it runs.
+run: deps
+	@cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build build -j $(JOBS) --target nurex
 	./build/nurex -D examples/philosophers.pnml.gz
 
-test: test-release test-asan
+# Both configurations run whatever the other gave; the last line sums them up.
+test: build build-asan
+	@start=$$(date +%s); \
+	(cd build && ctest --output-on-failure -j $(JOBS)) > build/test.log 2>&1; release=$$?; \
+	grep -E 'tests passed|tests failed|^[[:space:]]+[0-9]+ - ' build/test.log | sed 's/^/release: /'; \
+	(cd build-asan && ASAN_OPTIONS=detect_leaks=1 ctest --output-on-failure -j $(JOBS)) > build-asan/test.log 2>&1; asan=$$?; \
+	grep -E 'tests passed|tests failed|^[[:space:]]+[0-9]+ - ' build-asan/test.log | sed 's/^/sanitized: /'; \
+	[ $$release = 0 ] || tail -n 60 build/test.log; [ $$asan = 0 ] || tail -n 60 build-asan/test.log; \
+	summary() { grep -oE '[0-9]+ tests failed out of [0-9]+' $$1 | tail -1; }; \
+	echo "make test: release $$(summary build/test.log), sanitized $$(summary build-asan/test.log), tests $$(( $$(date +%s) - start )) s"; \
+	[ $$release = 0 ] && [ $$asan = 0 ]
 
 test-release: build
 	cd build && ctest --output-on-failure -j $(JOBS)

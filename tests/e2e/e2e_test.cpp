@@ -9,6 +9,7 @@
 #include <regex>
 #include <sstream>
 
+#include "support/sanitizer.h"
 #include "support/process.h"
 
 namespace nurex::test {
@@ -158,16 +159,7 @@ std::string maskTimes(const std::string& text) {
   return std::regex_replace(std::regex_replace(text, times, "$1#/#"), sizes, "$1#/#/#");
 }
 
-bool sanitized() {
-#if defined(__SANITIZE_ADDRESS__)
-  return true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-  return true;
-#endif
-#endif
-  return false;
-}
+bool sanitized() { return underSanitizer; }
 
 // Test listings show the case's name, not its bytes.
 void PrintTo(const E2eCase& c, std::ostream* os) { *os << c.name; }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "equation_check.h"
+#include "support/sanitizer.h"
 #include "support/state_space.h"
 #include "support/capture.h"
 #include "unit/verify/random_stg.h"
@@ -81,9 +82,9 @@ RandomTally checkSeeds(const char* title, uint32_t dummyPercent, uint64_t seeds)
 }
 
 TEST(EquationRandom, DummyFreeStgs) {
-  RandomTally tally = checkSeeds("random dummy-free STGs", 0, 600);
-  EXPECT_GT(tally.cscFree, 250);
-  EXPECT_GT(tally.conflicting, 100);
+  RandomTally tally = checkSeeds("random dummy-free STGs", 0, sizedForBuild(600));
+  EXPECT_GT(tally.cscFree, static_cast<int>(sizedForBuild(250)));
+  EXPECT_GT(tally.conflicting, static_cast<int>(sizedForBuild(100)));
 }
 
 // A dummy step in a choice nearly always makes a CSC conflict, so these mostly check that

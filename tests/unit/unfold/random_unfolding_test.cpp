@@ -8,6 +8,7 @@
 
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
+#include "support/sanitizer.h"
 #include "support/capture.h"
 #include "support/random_net.h"
 #include "support/state_space.h"
@@ -255,7 +256,7 @@ TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
     RandomNetOptions options;
     options.onlySafe = false;
     options.extraArcs = extraArcs;
-    for (uint64_t seed = 0; seed < 300; ++seed) {
+    for (uint64_t seed = 0; seed < sizedForBuild(300); ++seed) {
       SCOPED_TRACE("seed " + std::to_string(seed) + ", extra arcs " + std::to_string(extraArcs));
       auto net = randomSafeNet(seed, options);
       StateSpace space = exploreStateSpace(*net, 3000);
@@ -295,8 +296,8 @@ TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
       EXPECT_TRUE(twice) << err;
     }
   }
-  EXPECT_GT(unsafe, 400);
-  EXPECT_GT(deep, 120);
+  EXPECT_GT(unsafe, static_cast<int>(sizedForBuild(400)));
+  EXPECT_GT(deep, static_cast<int>(sizedForBuild(120)));
 }
 
 // Whether some reachable marking lies on a cycle of dummy transitions.

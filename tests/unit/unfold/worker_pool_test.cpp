@@ -2,6 +2,7 @@
 // and the pass is over when run() returns.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <vector>
@@ -50,18 +51,24 @@ TEST(UnfoldWorkerPool, LongPassesAreShared) {
 }
 
 // Passes worth sharing that add up to less than the cost of a second thread leave the run
-// on the caller alone.
+// on the caller alone. The pool judges by the clock, so a run preempted on a loaded machine
+// may rightly look long: one run in three attempts must stay on one thread, which a pool
+// that always shares never does.
 TEST(UnfoldWorkerPool, ShortRunsStayOnOneThread) {
-  WorkerPool pool(2);
-  std::atomic<uint32_t> onWorker{0};
-  for (int pass = 0; pass < 3; ++pass)
-    pool.run(CommandExtend, 50, [&](unsigned worker, uint32_t) {
-      auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(10);
-      while (std::chrono::steady_clock::now() < end) {
-      }
-      if (worker != 0) ++onWorker;
-    });
-  EXPECT_EQ(onWorker.load(), 0u);
+  uint32_t fewest = ~0u;
+  for (int attempt = 0; attempt < 3 && fewest != 0; ++attempt) {
+    WorkerPool pool(2);
+    std::atomic<uint32_t> onWorker{0};
+    for (int pass = 0; pass < 3; ++pass)
+      pool.run(CommandExtend, 50, [&](unsigned worker, uint32_t) {
+        auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(10);
+        while (std::chrono::steady_clock::now() < end) {
+        }
+        if (worker != 0) ++onWorker;
+      });
+    fewest = std::min(fewest, onWorker.load());
+  }
+  EXPECT_EQ(fewest, 0u);
 }
 
 // The same long pass after a long stretch of work outside the passes: what two threads
