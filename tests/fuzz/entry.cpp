@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const char* name = std::getenv("NUREX_FUZZ_TARGET");
   target = name ? nurex::fuzz::findFuzzTarget(name) : nullptr;
   if (!target) {
-    std::fprintf(stderr, "NUREX_FUZZ_TARGET must name a target: g mci mp pnml pnml_gz reach coefficient pipeline\n");
+    std::fprintf(stderr, "NUREX_FUZZ_TARGET must name a target: g mci mp pnml pnml_gz reach coefficient pipeline genlib\n");
     std::exit(2);
   }
   return 0;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <sstream>
 
+#include "kernel/genlib_reader.h"
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
 #include "model/formats/readers.h"
@@ -148,6 +149,13 @@ int coefficient(const uint8_t* data, size_t size) {
   return 0;
 }
 
+int genlib(const uint8_t* data, size_t size) {
+  GenlibLibrary library;
+  std::string error;
+  parseGenlib(std::string_view(reinterpret_cast<const char*>(data), size), library, error);
+  return 0;
+}
+
 // The work of a run grows with the net; a small one keeps every input quick.
 constexpr size_t PipelineNodeLimit = 24;
 
@@ -178,6 +186,7 @@ const std::vector<FuzzTarget>& fuzzTargets() {
   static const std::vector<FuzzTarget> targets = {
       {"g", gText},     {"mci", mci},     {"mp", mp},           {"pnml", pnml},
       {"pnml_gz", pnmlGzip}, {"reach", reach}, {"coefficient", coefficient}, {"pipeline", pipeline},
+      {"genlib", genlib},
   };
   return targets;
 }
