@@ -187,9 +187,9 @@ class GenlibParser {
     } else if (atWord()) {
       const std::string& name = tokens_[at_++].text;
       out = std::make_unique<GenlibExpr>();
-      if (name == "CONST0") {
+      if (name == "CONST0" || name == "0") {
         out->kind = GenlibExpr::Const0;
-      } else if (name == "CONST1") {
+      } else if (name == "CONST1" || name == "1") {
         out->kind = GenlibExpr::Const1;
       } else {
         out->kind = GenlibExpr::Input;
