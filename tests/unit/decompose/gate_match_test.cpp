@@ -13,6 +13,8 @@
 #include <limits>
 #include <random>
 
+#include "decompose/signal_cover.h"
+#include "model/loaders.h"
 #include "support/capture.h"
 
 namespace nurex::test {
@@ -222,6 +224,47 @@ TEST(GateMatch, ClassificationDropsGatesThatOthersDoAsCheaply) {
             "\nFinished setting the gate library");
   ASSERT_EQ(kept.size(), library->genlib.gates.size() - 3);
   EXPECT_EQ(kept.back().gate->name, "inv:combinational");
+}
+
+// From a specification to a gate: the C-element STG's standard-C equations give a set/reset
+// cover that the built-in C-element latch matches, and its complex-gate cover (the majority
+// of a, b and c) nothing in the library does as one gate.
+TEST(GateMatch, CoversOfDerivedEquations) {
+  std::unique_ptr<StgUnit> unit;
+  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_SOURCE_DIR) + "/tests/data/synthesis/c_element.g")); });
+  ASSERT_TRUE(unit);
+  const StgPrefix& prefix = unit->get<StgPrefix>();
+  std::unique_ptr<GateLibrary> library;
+  captureStderr([&] { library = loadGateLibrary(""); });
+  ASSERT_TRUE(library);
+  std::vector<const GenlibGate*> gates = selectGates(*library, true, 2147483647);
+  auto derive = [&](int type) {
+    OptionMap options;
+    options["mode"] = 6 + type;
+    options["synthesis_type"] = type;
+    options["solver"] = 0;
+    std::unique_ptr<SearchModeBase> mode;
+    testing::internal::CaptureStdout();
+    captureStderr([&] {
+      mode = makeEquationMode(prefix, options);
+      EXPECT_TRUE(mode->run());
+    });
+    testing::internal::GetCapturedStdout();
+    return mode;
+  };
+  std::unique_ptr<SearchModeBase> standardC = derive(3), complexGate = derive(1);
+  auto setReset = static_cast<EquationMode&>(*standardC).implementations();
+  ASSERT_EQ(setReset.size(), 2u);
+  BddCover latch = buildCover(*setReset[0], *setReset[1]);
+  GateMatch match = matchGate(latch, gates, library->inverterArea);
+  ASSERT_NE(match.gate, nullptr) << latch.text();
+  EXPECT_EQ(match.gate->name, "c_element0:asynch");
+  EXPECT_FALSE(match.inverted);
+  auto next = static_cast<EquationMode&>(*complexGate).implementations();
+  ASSERT_EQ(next.size(), 1u);
+  BddCover majority = buildCover(*next[0]);
+  EXPECT_EQ(majority.support.size(), 3u);
+  EXPECT_EQ(matchGate(majority, gates, library->inverterArea).gate, nullptr);
 }
 
 }  // namespace
