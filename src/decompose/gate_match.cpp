@@ -180,6 +180,9 @@ GateMatch matchGate(const BddCover& cover, const std::vector<const GenlibGate*>&
       for (bdd vars = bdd_support(region); vars != bddtrue && vars != bddfalse; vars = bdd_high(vars))
         base = std::max(base, static_cast<uint32_t>(bdd_var(vars)) + 1);
     double bestCost = std::numeric_limits<double>::infinity();
+    // The support's own variables stand for the gate's inputs, so substituting them is the
+    // identity here.
+    if (verbosity >= 7) printTo(stdout, "\nCovers after substituting variables: %s", cover.text().c_str());
     const Regions direct = regionsOf(cover), complemented = regionsOf(cover.complement());
     for (const GenlibGate* gate : gates)
       for (bool inverted : {false, true}) {
@@ -191,11 +194,15 @@ GateMatch matchGate(const BddCover& cover, const std::vector<const GenlibGate*>&
         Selection s{base, inputs, static_cast<uint32_t>(support.size())};
         ensureBddVariables(base + s.variables());
         bdd all = matches(*gate, regions, support, s);
+        if (verbosity >= 7) printTo(stdout, "\nBDD for gate %s: %s", gate->name.c_str(), bddText(all).c_str());
         if (all == bddfalse) {
           if (verbosity >= 6) printTo(stdout, "\nNo match for gate %s", gate->name.c_str());
           continue;
         }
-        if (verbosity >= 6) printTo(stdout, "\nMatch(es) exist for gate %s", gate->name.c_str());
+        if (verbosity >= 6) {
+          printTo(stdout, "\nMatch(es) exist for gate %s", gate->name.c_str());
+          printTo(stdout, "\nBDD for all matches: %s", bddText(all).c_str());
+        }
         FewestBubbles walk(s);
         uint32_t bubbles = walk.cost(all);
         double cost = gate->area + (bubbles + (inverted ? 1 : 0)) * inverterArea;
@@ -225,6 +232,15 @@ GateMatch matchGate(const BddCover& cover, const std::vector<const GenlibGate*>&
     return GateMatch{};
   }
   return best;
+}
+
+bool setLibrary(const std::string& fileName, bool useLatches, int32_t maxInputs, std::unique_ptr<GateLibrary>& library,
+                std::vector<LibraryGate>& gates) {
+  if (verbosity >= 3) printTo(stdout, "\nSetting the gate library to %s", fileName.empty() ? "DEFAULT" : fileName.c_str());
+  library = loadGateLibrary(fileName);
+  if (!library) return false;
+  gates = classifyGates(*library, useLatches, maxInputs);
+  return raiseStatus(0) < StatusError;
 }
 
 BddCover gateCover(const GenlibGate& gate) {

@@ -2,6 +2,7 @@
 // input, with or without a bubble, and whether the output is inverted; the cheapest match.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -46,5 +47,10 @@ struct LibraryGate {
 // one with the earlier name stays), each dropped with "Gate X will be ignored as it can be
 // matched as ..." at verbosity 1; then the buffer and the inverter come back if they went.
 std::vector<LibraryGate> classifyGates(const GateLibrary& library, bool useLatches, int32_t maxInputs);
+
+// Loads the library named (empty: the built-in one, "DEFAULT" in the message at verbosity 3)
+// and classifies its gates; false after the load's errors.
+bool setLibrary(const std::string& fileName, bool useLatches, int32_t maxInputs, std::unique_ptr<GateLibrary>& library,
+                std::vector<LibraryGate>& gates);
 
 }  // namespace nurex

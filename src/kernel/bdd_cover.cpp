@@ -78,6 +78,8 @@ bdd sopToBdd(const SumOfProducts& sop) {
   return result;
 }
 
+std::string bddText(const bdd& f) { return PathPrinter().print(f); }
+
 uint64_t literalCount(const SumOfProducts& sop) {
   uint64_t count = 0;
   for (const Cube& cube : sop) count += cube.size();

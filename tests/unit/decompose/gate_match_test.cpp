@@ -206,14 +206,15 @@ TEST(GateMatch, ConstantsLiteralsAndTooManyInputs) {
 // inverter comes back at the end.
 TEST(GateMatch, ClassificationDropsGatesThatOthersDoAsCheaply) {
   std::unique_ptr<GateLibrary> library;
-  captureStderr([&] { library = loadGateLibrary(""); });
-  ASSERT_TRUE(library);
-  verbosity = 1;
+  std::vector<LibraryGate> kept;
+  verbosity = 3;
   testing::internal::CaptureStdout();
-  std::vector<LibraryGate> kept = classifyGates(*library, true, 2147483647);
+  captureStderr([&] { EXPECT_TRUE(setLibrary("", true, 2147483647, library, kept)); });
   std::string out = testing::internal::GetCapturedStdout();
   verbosity = 0;
+  ASSERT_TRUE(library);
   EXPECT_EQ(out,
+            "\nSetting the gate library to DEFAULT"
             "\nGate inv:combinational will be ignored as it can be matched as Gate: delay:asynch, area: 16, inputs: "
             "!v0"
             "\nGate or2_1:combinational will be ignored as it can be matched as Gate: nand2_1:combinational, area: 24, "
