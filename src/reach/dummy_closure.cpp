@@ -47,17 +47,11 @@ void triggerClosure(const Event* e, bool (*lookThrough)(const Event*), std::vect
   sortUnique(excluded);
 }
 
-namespace {
-
-// Without a dummy producer in the preset, the closure is the preset itself, and the marked
-// conditions, cached and shared, say the same thing in fewer clauses.
 bool hasDummyProducer(const Event* e) {
   for (const Condition* c : e->preset)
     if (c->producer && isDummyEvent(c->producer)) return true;
   return false;
 }
-
-}  // namespace
 
 void enablingLiterals(ConfigurationVariables<StgPrefix>& record, const Event* e, bool viaDummies, Polarity polarity,
                       std::vector<Literal>& out) {

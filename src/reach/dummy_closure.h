@@ -21,6 +21,10 @@ inline bool isDummyEvent(const Event* e) { return isDummySignal(e->transition->s
 void triggerClosure(const Event* e, bool (*lookThrough)(const Event*), std::vector<const Event*>& triggers,
                     std::vector<const Event*>& excluded);
 
+// Some condition of e's preset is produced by a dummy event. Without one, the trigger
+// closure is the preset itself, and the marked conditions say the same in fewer clauses.
+bool hasDummyProducer(const Event* e);
+
 // The literals whose AND says that e is enabled at the end of the record's configuration:
 // every preset condition marked, or with `viaDummies` the closure's test (every trigger in,
 // no excluded event in), so that e may be reached once dummy events of its past have fired.

@@ -40,16 +40,6 @@ FinalState finalStateOf(const StgPrefix& prefix, const Trace& trace, bool viaDum
   return state;
 }
 
-namespace {
-
-bool hasDummyProducer(const Event* e) {
-  for (const Condition* c : e->preset)
-    if (c->producer && isDummyEvent(c->producer)) return true;
-  return false;
-}
-
-}  // namespace
-
 bool enabledAfter(const Event* e, const std::vector<bool>& in, bool viaDummies, std::vector<bool>& scratch) {
   if (in[e->index]) return false;
   if (!viaDummies || !hasDummyProducer(e)) {
