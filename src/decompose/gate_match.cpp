@@ -41,6 +41,23 @@ bdd evaluate(const GenlibExpr& e, const std::vector<std::string>& names, const s
   return bddfalse;
 }
 
+// One more than the largest variable the BDD reads. (BuDDy's bdd_support keeps a buffer of
+// its own that is never freed, which the leak checker reports.)
+uint32_t variablesBelow(const bdd& f) {
+  uint32_t top = 0;
+  std::vector<bdd> pending{f};
+  std::map<int, bool> seen;
+  while (!pending.empty()) {
+    bdd g = pending.back();
+    pending.pop_back();
+    if (g == bddtrue || g == bddfalse || !seen.emplace(g.id(), true).second) continue;
+    top = std::max(top, static_cast<uint32_t>(bdd_var(g)) + 1);
+    pending.push_back(bdd_low(g));
+    pending.push_back(bdd_high(g));
+  }
+  return top;
+}
+
 // The selection variables of one gate: for data input i, select(i, j) says that support
 // variable j feeds it and polarity(i) that it is fed inverted.
 struct Selection {
@@ -177,8 +194,7 @@ GateMatch matchGate(const BddCover& cover, const std::vector<const GenlibGate*>&
     uint32_t base = 0;
     for (uint32_t v : support) base = std::max(base, v + 1);
     for (const bdd& region : {cover.on, cover.off, cover.er_plus, cover.qr_plus, cover.er_minus, cover.qr_minus})
-      for (bdd vars = bdd_support(region); vars != bddtrue && vars != bddfalse; vars = bdd_high(vars))
-        base = std::max(base, static_cast<uint32_t>(bdd_var(vars)) + 1);
+      base = std::max(base, variablesBelow(region));
     double bestCost = std::numeric_limits<double>::infinity();
     // The support's own variables stand for the gate's inputs, so substituting them is the
     // identity here.
