@@ -1,0 +1,289 @@
+// Test support: the transformation judge, by breadth-first state spaces of both STGs and a
+// subset construction over their visible traces.
+#include "support/transformation_judge.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include "unit/verify/stg_states.h"
+
+namespace nurex::test {
+
+namespace {
+
+bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
+bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
+
+const Signal* signalNamed(const Stg& stg, const std::string& name) {
+  for (const Signal* s : stg.signals)
+    if (s->kind != SignalDummy && s->name == name) return s;
+  return nullptr;
+}
+
+// States (marking, code) keyed by marking bytes then code bytes; codes start from the declared
+// initial values (1 or else 0), as countedStgStates does, and `offset` maps them to the real ones.
+struct Space {
+  const Stg* stg = nullptr;
+  std::vector<std::string> keys;
+  std::unordered_map<std::string, uint32_t> index;
+  std::vector<std::vector<std::pair<const Transition*, uint32_t>>> successors;
+  std::vector<uint32_t> parent;
+  std::vector<const Transition*> via;
+  std::vector<uint8_t> init, offset;  // per signal
+  bool complete = true;
+  std::string failure;
+
+  uint8_t value(uint32_t state, const Signal* s) const {
+    return static_cast<uint8_t>(keys[state][stg->places.size() + s->index] ^ offset[s->index]);
+  }
+  std::string run(uint32_t state, const Transition* last = nullptr) const {
+    std::vector<std::string> names;
+    if (last) names.push_back(last->name);
+    for (; state != 0; state = parent[state]) names.push_back(via[state]->name);
+    std::string text;
+    for (auto it = names.rbegin(); it != names.rend(); ++it) text += (text.empty() ? "" : " ") + *it;
+    return text.empty() ? "(empty run)" : text;
+  }
+};
+
+// Explores with toggling signals, infers each unknown initial value from the first transition of
+// its signal met (no earlier one lies on the breadth-first run to it), then checks consistency.
+void explore(const Stg& stg, const std::vector<uint8_t>& known, uint32_t limit, Space& space) {
+  space.stg = &stg;
+  const size_t places = stg.places.size();
+  std::string start;
+  for (const Place* p : stg.places) start.push_back(static_cast<char>(p->tokens != 0));
+  for (const Signal* s : stg.signals) start.push_back(static_cast<char>(s->initialValue == 1));
+  for (const Place* p : stg.places)
+    if (p->tokens > 1) space.failure = "unsafe: place " + p->name + " starts with several tokens";
+  space.keys = {start};
+  space.index = {{start, 0}};
+  space.parent = {0};
+  space.via = {nullptr};
+  std::vector<int> firstSign(stg.signals.size(), -1);
+  for (uint32_t i = 0; i < space.keys.size() && space.failure.empty(); ++i) {
+    space.successors.emplace_back();
+    for (const Transition* t : stg.transitions) {
+      const std::string& key = space.keys[i];
+      if (!std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return key[p->index]; })) continue;
+      std::string next = key;
+      for (const Place* p : t->preset) next[p->index] = 0;
+      for (const Place* p : t->postset) {
+        if (next[p->index]) {
+          space.failure = "unsafe: place " + p->name + " gets a second token by " + space.run(i, t);
+          return;
+        }
+        next[p->index] = 1;
+      }
+      if (!isDummy(t)) {
+        next[places + t->signal->index] ^= 1;
+        if (firstSign[t->signal->index] < 0 && t->sign != SignNone) firstSign[t->signal->index] = t->sign;
+      }
+      auto [it, added] = space.index.emplace(next, space.keys.size());
+      if (added) {
+        if (space.keys.size() >= limit) {
+          space.complete = false;
+          return;
+        }
+        space.keys.push_back(next);
+        space.parent.push_back(i);
+        space.via.push_back(t);
+      }
+      space.successors[i].emplace_back(t, it->second);
+    }
+  }
+  for (const Signal* s : stg.signals) {
+    uint8_t v = known[s->index] <= 1 ? known[s->index] : firstSign[s->index] == SignMinus;
+    space.init.push_back(v);
+    space.offset.push_back(static_cast<uint8_t>(v ^ (s->initialValue == 1)));
+  }
+  for (uint32_t i = 0; i < space.successors.size() && space.failure.empty(); ++i)
+    for (auto [t, j] : space.successors[i]) {
+      if (isDummy(t) || t->sign == SignNone || space.value(i, t->signal) != (t->sign == SignPlus ? 1 : 0)) continue;
+      space.failure = "inconsistent: " + t->name + " fires with " + t->signal->name + "=" +
+                      std::to_string(space.value(i, t->signal)) + " by " + space.run(i, t);
+      break;
+    }
+}
+
+std::string labelOf(const Transition* t) {
+  return t->signal->name + (t->sign == SignPlus ? "+" : t->sign == SignMinus ? "-" : "~");
+}
+
+using StateSet = std::vector<uint32_t>;
+
+// The states reachable from `set` by transitions without a label (-1).
+StateSet closure(const Space& space, const std::vector<int>& labels, StateSet set) {
+  std::set<uint32_t> seen(set.begin(), set.end());
+  for (size_t k = 0; k < set.size(); ++k)
+    for (auto [t, j] : space.successors[set[k]])
+      if (labels[t->index] < 0 && seen.insert(j).second) set.push_back(j);
+  return StateSet(seen.begin(), seen.end());
+}
+
+// Visible traces of both nets in lockstep, with the dead states that each set holds.
+std::string compareTraces(const Space& a, const Space& b, const std::set<std::string>& newSignals,
+                          const JudgeOptions& options, bool& complete) {
+  std::map<std::string, int> ids;
+  std::vector<std::string> names;
+  std::vector<bool> input;
+  auto labels = [&](const Space& space, bool hideNew) {
+    std::vector<int> result;
+    for (const Transition* t : space.stg->transitions) {
+      if (isDummy(t) || (hideNew && newSignals.count(t->signal->name))) {
+        result.push_back(-1);
+        continue;
+      }
+      auto [it, added] = ids.emplace(labelOf(t), names.size());
+      if (added) names.push_back(it->first), input.push_back(t->signal->kind == SignalInput);
+      result.push_back(it->second);
+    }
+    return result;
+  };
+  std::vector<int> labelsA = labels(a, false), labelsB = labels(b, true);
+  struct Pair {
+    StateSet a, b;
+    uint32_t parent;
+    int label;
+  };
+  std::vector<Pair> pairs{{closure(a, labelsA, {0}), closure(b, labelsB, {0}), 0, -1}};
+  std::map<std::pair<StateSet, StateSet>, uint32_t> seen{{{pairs[0].a, pairs[0].b}, 0}};
+  auto trace = [&](uint32_t k, int last) {
+    std::vector<int> ls{last};
+    for (; k != 0; k = pairs[k].parent) ls.push_back(pairs[k].label);
+    std::string text;
+    for (auto it = ls.rbegin(); it != ls.rend(); ++it)
+      if (*it >= 0) text += (text.empty() ? "" : " ") + names[*it];
+    return text.empty() ? "(empty trace)" : text;
+  };
+  auto moves = [](const Space& space, const std::vector<int>& ls, const StateSet& set) {
+    std::map<int, StateSet> result;
+    for (uint32_t s : set)
+      for (auto [t, j] : space.successors[s])
+        if (ls[t->index] >= 0) result[ls[t->index]].push_back(j);
+    return result;
+  };
+  auto dead = [](const Space& space, const StateSet& set) {
+    return std::any_of(set.begin(), set.end(), [&](uint32_t s) { return space.successors[s].empty(); });
+  };
+  for (uint32_t k = 0; k < pairs.size(); ++k) {
+    if (dead(b, pairs[k].b) && !dead(a, pairs[k].a))
+      return "new deadlock: the output may stop after " + trace(k, -1) + ", the input may not";
+    std::map<int, StateSet> movesA = moves(a, labelsA, pairs[k].a), movesB = moves(b, labelsB, pairs[k].b);
+    for (auto& [l, to] : movesB)
+      if (!movesA.count(l)) return "trace added: " + trace(k, l) + " is visible in the output only";
+    for (auto& [l, to] : movesA) {
+      if (!movesB.count(l)) {
+        if (!options.reductionsAllowed) return "trace lost: " + trace(k, l) + " is missing from the output";
+        if (input[l]) return "input dropped: " + trace(k, l) + " is missing from the output";
+        continue;
+      }
+      std::pair<StateSet, StateSet> key{closure(a, labelsA, to), closure(b, labelsB, movesB[l])};
+      if (seen.count(key)) continue;
+      if (pairs.size() >= options.stateLimit) {
+        complete = false;
+        return "";
+      }
+      seen.emplace(key, pairs.size());
+      pairs.push_back({key.first, key.second, k, l});
+    }
+  }
+  return "";
+}
+
+// Input labels enabled in a state or after dummy transitions from it.
+std::set<std::string> inputsNear(const Space& space, uint32_t state) {
+  std::set<std::string> inputs;
+  std::vector<uint32_t> stack{state};
+  std::set<uint32_t> seen{state};
+  while (!stack.empty()) {
+    uint32_t s = stack.back();
+    stack.pop_back();
+    for (auto [t, j] : space.successors[s]) {
+      if (!isDummy(t) && t->signal->kind == SignalInput) inputs.insert(labelOf(t));
+      if (isDummy(t) && seen.insert(j).second) stack.push_back(j);
+    }
+  }
+  return inputs;
+}
+
+std::string delayedInput(const Space& b, const std::set<std::string>& newSignals) {
+  for (uint32_t i = 0; i < b.successors.size(); ++i)
+    for (auto [t, j] : b.successors[i]) {
+      if (isDummy(t) || !newSignals.count(t->signal->name)) continue;
+      std::set<std::string> before = inputsNear(b, i);
+      for (const std::string& l : inputsNear(b, j))
+        if (!before.count(l)) return "input delayed: " + l + " waits for " + t->name + " in " + b.run(i, t);
+    }
+  return "";
+}
+
+// Counted states with equal codes and different excited outputs or internals, shortest first.
+std::string cscConflict(const Space& b, uint32_t limit, bool& complete) {
+  CountedStates counted = countedStgStates(*b.stg, limit);
+  complete = counted.complete;
+  if (!complete) return "";
+  std::map<std::vector<uint8_t>, std::vector<const CountedState*>> byCode;
+  for (const CountedState& c : counted.states) byCode[c.code].push_back(&c);
+  const CountedState *first = nullptr, *second = nullptr;
+  for (auto& [code, group] : byCode)
+    for (size_t x = 0; x < group.size(); ++x)
+      for (size_t y = x + 1; y < group.size(); ++y) {
+        bool differ = std::any_of(b.stg->signals.begin(), b.stg->signals.end(), [&](const Signal* s) {
+          return isLocal(s) && group[x]->excited[s->index] != group[y]->excited[s->index];
+        });
+        if (differ && (!first || group[x]->distance + group[y]->distance < first->distance + second->distance))
+          first = group[x], second = group[y];
+      }
+  if (!first) return "";
+  auto stateOf = [&](const CountedState* c) {
+    return b.index.at(std::string(c->marking.begin(), c->marking.end()) + std::string(c->code.begin(), c->code.end()));
+  };
+  std::string code;
+  for (const Signal* s : b.stg->signals)
+    if (s->kind != SignalDummy) code += s->name + "=" + std::to_string(b.value(stateOf(first), s)) + " ";
+  return "CSC conflict: " + b.run(stateOf(first)) + " and " + b.run(stateOf(second)) + " reach " + code +
+         "with different excited outputs or internals";
+}
+
+}  // namespace
+
+Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOptions& options) {
+  std::set<std::string> newSignals;
+  for (const Signal* s : output.signals) {
+    if (s->kind == SignalDummy) continue;
+    const Signal* old = signalNamed(input, s->name);
+    if (!old && s->kind != SignalInternal) return {true, "new signal " + s->name + " is not internal"};
+    if (old && old->kind != s->kind) return {true, "signal " + s->name + " changes its kind"};
+    if (!old) newSignals.insert(s->name);
+  }
+  for (const Signal* s : input.signals)
+    if (s->kind != SignalDummy && !signalNamed(output, s->name)) return {true, "signal " + s->name + " is missing"};
+
+  Space a, b;
+  std::vector<uint8_t> knownA, knownB;
+  for (const Signal* s : input.signals) knownA.push_back(s->initialValue);
+  explore(input, knownA, options.stateLimit, a);
+  if (!a.complete) return {false, "state limit reached in the input"};
+  if (!a.failure.empty()) return {true, "input STG " + a.failure};
+  // Old signals take the input's values, so that both start from the same code.
+  for (const Signal* s : output.signals) {
+    const Signal* old = s->kind == SignalDummy ? nullptr : signalNamed(input, s->name);
+    knownB.push_back(old ? a.init[old->index] : s->initialValue);
+  }
+  explore(output, knownB, options.stateLimit, b);
+  if (!b.complete) return {false, "state limit reached in the output"};
+  if (!b.failure.empty()) return {true, b.failure};
+
+  bool complete = true;
+  std::string failure = compareTraces(a, b, newSignals, options, complete);
+  if (!complete) return {false, "state limit reached in the trace comparison"};
+  if (failure.empty()) failure = delayedInput(b, newSignals);
+  if (failure.empty()) failure = cscConflict(b, options.stateLimit, complete);
+  return {complete, complete ? failure : "state limit reached in the counted states"};
+}
+
+}  // namespace nurex::test
