@@ -103,6 +103,10 @@ TEST(TransformationJudge, DeclaredInitialValuesAndStateLimit) {
   EXPECT_EQ(judgeTransformation(*input, *output).failure, "");
   Judgement limited = judgeTransformation(*input, *output, {false, 5});
   EXPECT_FALSE(limited.decided);
+  // Started before a-, every signal first falls, so each must start at 1.
+  auto lateInput = parse(HandshakeIo, Handshake, "<b-,a->");
+  auto lateOutput = parse(CscIo, Resolved, "<b-,a->");
+  EXPECT_EQ(judgeTransformation(*lateInput, *lateOutput).failure, "");
 }
 
 }  // namespace
