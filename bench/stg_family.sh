@@ -4,6 +4,9 @@
 #        bench/stg_family.sh fork N       (N concurrent four-phase handshakes between the
 #                                          edges of x; the code after the join equals the
 #                                          code after x+, so CSC fails)
+#        bench/stg_family.sh vme N        (N independent copies of the VME bus controller
+#                                          read cycle side by side: 12^N states and N
+#                                          separate CSC conflicts)
 set -eu
 family=$1
 n=$2
@@ -30,6 +33,19 @@ fork)
   done
   echo "x- p0"; echo "p0 x+"
   echo ".marking { p0 }"
+  echo ".end"
+  ;;
+vme)
+  echo ".model vme_$n"
+  printf '.inputs'; for ((i = 1; i <= n; i++)); do printf ' dsr%d ldtack%d' $i $i; done; echo
+  printf '.outputs'; for ((i = 1; i <= n; i++)); do printf ' lds%d d%d' $i $i; done; echo
+  echo ".graph"
+  for ((i = 1; i <= n; i++)); do
+    echo "dsr$i+ lds$i+"; echo "dsr$i- lds$i-"; echo "dsr$i- d$i-"; echo "ldtack$i+ d$i+"
+    echo "ldtack$i- lds$i+"; echo "lds$i+ ldtack$i+"; echo "lds$i- ldtack$i-"; echo "d$i+ dsr$i-"
+    echo "d$i- dsr$i+"
+  done
+  printf '.marking {'; for ((i = 1; i <= n; i++)); do printf ' <ldtack%d-,lds%d+> <d%d-,dsr%d+>' $i $i $i $i; done; echo ' }'
   echo ".end"
   ;;
 *) echo "unknown family $family" >&2; exit 2 ;;

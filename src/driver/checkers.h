@@ -6,6 +6,7 @@
 
 #include "driver/mode_frame.h"
 #include "reach/coefficients.h"
+#include "resolve/encoding_resolver.h"
 #include "synthesis/equations.h"
 #include "verify/conflicts.h"
 #include "verify/deadlock.h"
@@ -26,6 +27,7 @@ constexpr ModeFactory<U> checkerFactory() {
   else if constexpr (Mode == 7 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<ComplexGate>;
   else if constexpr (Mode == 8 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<GeneralisedC>;
   else if constexpr (Mode == 9 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<StandardC>;
+  else if constexpr (Mode == 10 && std::is_same_v<U, StgPrefix>) return &makeEncodingResolver;
   else return nullptr;
 }
 

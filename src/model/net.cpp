@@ -51,4 +51,26 @@ void sortSignals(Stg& stg) {
   stg.dummiesBegin = i;
 }
 
+void copyStg(const Stg& from, Stg& to) {
+  to.name = from.name;
+  for (const Signal* s : from.signals) to.signals.add(new Signal{NoIndex, s->name, s->kind, s->initialValue});
+  for (const Place* p : from.places) {
+    Place* q = to.places.add(new Place);
+    q->name = p->name;
+    q->tokens = p->tokens;
+  }
+  for (const Transition* t : from.transitions) {
+    Transition* u = to.transitions.add(new Transition);
+    u->name = t->name;
+    u->sign = t->sign;
+    u->signal = t->signal ? to.signals[t->signal->index] : nullptr;
+    for (const Place* p : t->preset) addPlaceArc(to.places[p->index], u);
+    for (const Place* p : t->postset) addTransitionArc(u, to.places[p->index]);
+  }
+  sortArcs(to);
+  to.outputsBegin = from.outputsBegin;
+  to.internalsBegin = from.internalsBegin;
+  to.dummiesBegin = from.dummiesBegin;
+}
+
 }  // namespace nurex

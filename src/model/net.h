@@ -83,4 +83,7 @@ void sortSignals(Stg& stg);
 // Name order used by the sorts: shorter first, then byte order.
 bool nameLess(const std::string& a, const std::string& b);
 
+// A deep copy of the net alone (no prefix), nodes and signals in the same order.
+void copyStg(const Stg& from, Stg& to);
+
 }  // namespace nurex

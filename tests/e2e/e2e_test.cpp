@@ -28,6 +28,7 @@ struct E2eCase {
   std::string out, err, outContains;
   unsigned long limitAs = 0;
   std::vector<ExpectedFile> files;
+  std::vector<std::string> absent;  // files the run must not leave in its directory
 };
 
 std::string substitute(std::string text, const std::string& tmp) {
@@ -118,6 +119,7 @@ std::vector<E2eCase> parseCases(const std::string& path) {
       else if (line.rfind("stdin: ", 0) == 0) c.input = unescape(line.substr(7)), ++i;
       else if (line.rfind("limit-as: ", 0) == 0) c.limitAs = std::stoul(line.substr(10)), ++i;
       else if (line == "skip-sanitized") c.skipSanitized = true, ++i;
+      else if (line.rfind("absent: ", 0) == 0) c.absent.push_back(line.substr(8)), ++i;
       else if (line == "--- stdout") c.checkOut = true, c.out = readBlock(lines, ++i);
       else if (line == "--- stdout-contains") c.outContains = readBlock(lines, ++i);
       else if (line == "--- stderr") c.checkErr = true, c.err = readBlock(lines, ++i);
@@ -223,6 +225,7 @@ TEST_P(EndToEnd, Case) {
     EXPECT_TRUE(in.good() || in.eof()) << "missing file " << f.path;
     EXPECT_EQ(content.str(), substitute(f.content, tmp)) << "file " << f.path;
   }
+  for (const std::string& name : c.absent) EXPECT_FALSE(std::ifstream(tmp + "/" + name).good()) << "file " << name;
   runProcess("/bin/rm", {"-rf", tmp});
 }
 

@@ -110,6 +110,7 @@ bool isPnmlName(const std::string& fileName) { return endsWith(fileName, ".pnml"
 }  // namespace
 
 bool writeStgText(const Stg& stg, std::ostream& stream) {
+  if (!stg.name.empty() && stg.name.find_first_of(" \t\r\n#") == std::string::npos) stream << ".model " << stg.name << "\n";
   writeSignalLists(stg, stream);
   std::vector<std::string> names = placeNames(stg);
   writeGraph(stg, names, stream);

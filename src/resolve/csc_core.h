@@ -1,0 +1,46 @@
+// Encoding conflicts as the resolver keeps them: a pair of configurations of the prefix with
+// equal codes, and the events that tell them apart.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "model/prefix.h"
+#include "platform/options.h"
+
+namespace nurex {
+
+using EventList = std::vector<const Event*>;  // sorted by index
+
+struct CscCore {
+  // The shorter list comes first; on equal lengths the second argument does.
+  CscCore(EventList a, EventList b);
+
+  EventList first, second;
+  EventList difference;  // symmetric difference, the core proper
+  bool nested = false;   // first is a subset of second
+  bool csc = false;      // local excitation differs too, not only the marking
+
+  bool operator==(const CscCore& other) const { return first == other.first && second == other.second; }
+  // "{a+,b-}" for a nested core, "{second minus first : first minus second}" otherwise.
+  std::string text() const;
+};
+
+struct CscCoreHash {
+  size_t operator()(const CscCore& core) const;
+};
+
+// Both answer false when the codes after the two configurations differ.
+bool isUscConflict(const StgPrefix& prefix, const EventList& a, const EventList& b);
+bool isCscConflict(const StgPrefix& prefix, const EventList& a, const EventList& b);
+
+// The conflicts of the prefix: up to 100 CSC cores, then up to 100 more whose markings differ
+// (USC cores that are not already among them), CSC cores first. Empty when there is no CSC
+// conflict left, whatever USC conflicts remain.
+std::vector<CscCore> collectCores(const StgPrefix& prefix, const OptionMap& options);
+
+// Transition names of the events, comma separated.
+std::string eventListText(const EventList& events);
+
+}  // namespace nurex

@@ -1,0 +1,209 @@
+// The resolution loop: detect, choose, rewrite the net, unfold it again. The prefix is
+// rebuilt after every step, so that each step works on the exact prefix of the STG as it
+// stands; cores are then detected afresh.
+#include "resolve/encoding_resolver.h"
+
+#include <algorithm>
+
+#include "model/checks.h"
+#include "model/formats/writers.h"
+#include "platform/reporter.h"
+#include "unfold/unfolder.h"
+
+namespace nurex {
+
+namespace {
+
+bool nameTaken(const Stg& stg, const std::string& name) {
+  for (const Transition* t : stg.transitions)
+    if (t->name == name) return true;
+  for (const Signal* s : stg.signals)
+    if (s->name == name) return true;
+  return false;
+}
+
+std::string freePlaceName(const Stg& stg, const std::string& name) {
+  auto taken = [&](const std::string& n) {
+    return std::any_of(stg.places.begin(), stg.places.end(), [&](const Place* p) { return p->name == n; });
+  };
+  std::string result = name;
+  for (uint32_t k = 1; taken(result); ++k) result = name + "_" + std::to_string(k);
+  return result;
+}
+
+Place* newPlace(Stg& stg, const std::string& name) {
+  Place* p = stg.places.add(new Place);
+  p->name = freePlaceName(stg, name);
+  return p;
+}
+
+// Every event of the signal has the sign that the parity of its predecessors of the signal
+// gives, no two of them are concurrent, and cut-offs agree with their correspondents.
+bool signalConsistent(const StgPrefix& prefix, const Signal* signal) {
+  EventOrder order(prefix);
+  std::vector<const Event*> own;
+  for (const Event* e : prefix.events)
+    if (e->transition->signal == signal) own.push_back(e);
+  auto parity = [&](const EventSet& configuration) {
+    uint32_t n = 0;
+    for (const Event* f : own) n += configuration.contains(f->index);
+    return (n + signal->initialValue) & 1;
+  };
+  for (const Event* e : own) {
+    if ((parity(order.past(e)) ^ 1) != e->transition->sign) return false;
+    for (const Event* f : own)
+      if (f != e && !order.past(e).contains(f->index) && !order.past(f).contains(e->index) &&
+          !order.conflict(e).contains(f->index))
+        return false;
+  }
+  for (const Event* e : prefix.events)
+    if (eventIsCutOff(e) && !e->correspondent.isUnknown() &&
+        parity(order.past(e)) != parity(order.closure(e->correspondent.correspondents())))
+      return false;
+  return true;
+}
+
+}  // namespace
+
+EncodingResolver::EncodingResolver(const StgPrefix& prefix, const OptionMap& options)
+    : options_(options), prefix_(std::make_unique<StgPrefix>()) {
+  copyStg(prefix, *prefix_);
+}
+
+EncodingResolver::~EncodingResolver() = default;
+
+bool EncodingResolver::unfold() {
+  last_.reset();
+  auto next = std::make_unique<StgPrefix>();
+  static_cast<Stg&>(*next) = std::move(static_cast<Stg&>(*prefix_));
+  prefix_ = std::move(next);
+  UnfoldOptions unfoldOptions = reUnfoldingOptions();
+  unfoldOptions.conc_rel_size = 0;
+  if (!unfoldNet(*prefix_, unfoldOptions)) return false;
+  prefix_->unfoldedHere = true;
+  for (const Signal* s : insertedSignals_)
+    if (!signalConsistent(*prefix_, s)) {
+      reportError("internal error: the inserted signal " + s->name + " is not consistent");
+      return false;
+    }
+  return inferSignalValues(*prefix_);
+}
+
+bool EncodingResolver::step(bool applyIt) {
+  cores_ = collectCores(*prefix_, options_);
+  if (raiseStatus(0) >= StatusError) return false;
+  printTo(stdout, "\n Encoding conflicts detected: %zu core(s)\n", cores_.size());
+  if (verbosity >= 4)
+    for (const CscCore& core : cores_) printTo(stdout, "%s%s\n", core.text().c_str(), core.csc ? "" : " [usc]");
+  coresLeft_ = !cores_.empty();
+  if (cores_.empty()) return true;
+  last_ = std::make_unique<TransformationSearch>(*prefix_, options_, cores_);
+  bool found;
+  if (options_["all_solutions"] != 0) found = last_->solve_all();
+  else if (applyIt) found = last_->solve_minimum();
+  else found = last_->solve_first();
+  if (raiseStatus(0) >= StatusError) return false;
+  if (!found) return true;
+  if (!applyIt) {
+    for (auto& s : last_->solutions) solutions_.push_back(std::move(s));
+    return true;
+  }
+  auto* solution = static_cast<ResolutionSolution*>(last_->solutions.front().get());
+  std::unique_ptr<Solution> kept = std::move(last_->solutions.front());
+  if (!apply(*solution, solution->signs)) return false;
+  solutions_.push_back(std::move(kept));
+  if (verbosity >= 3 && writeFiles) writeStg("nurex" + std::to_string(insertedSignals_.size() + appliedReductions_));
+  return true;
+}
+
+bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vector<uint32_t>& signs) {
+  Stg& net = *prefix_;
+  std::string name = "csc";
+  for (uint32_t k = 1; nameTaken(net, name); ++k) name = "csc" + std::to_string(k);
+  Signal* signal = net.signals.add(new Signal{NoIndex, name, SignalInternal, 0});
+  sortSignals(net);
+  for (size_t i = 0; i < solution.transformation.size(); ++i) {
+    const Insertion& insertion = solution.transformation[i];
+    std::string base = name + (signs[i] ? "-" : "+"), tname = base;
+    for (uint32_t k = 1; nameTaken(net, tname); ++k) tname = base + "/" + std::to_string(k);
+    Transition* x = net.transitions.add(new Transition);
+    x->name = tname;
+    x->signal = signal;
+    x->sign = signs[i] ? SignMinus : SignPlus;
+    if (auto* b = std::get_if<InsertionBefore>(&insertion)) {
+      auto* t = const_cast<Transition*>(b->t);
+      for (const Place* cp : b->places) {
+        auto* p = const_cast<Place*>(cp);
+        p->postset.erase(t);
+        t->preset.erase(p);
+        addPlaceArc(p, x);
+      }
+      Place* q = newPlace(net, "<" + x->name + "," + t->name + ">");
+      addTransitionArc(x, q);
+      addPlaceArc(q, t);
+    } else if (auto* a = std::get_if<InsertionAfter>(&insertion)) {
+      auto* t = const_cast<Transition*>(a->t);
+      for (const Place* cp : a->places) {
+        auto* p = const_cast<Place*>(cp);
+        p->preset.erase(t);
+        t->postset.erase(p);
+        addTransitionArc(x, p);
+      }
+      Place* q = newPlace(net, "<" + t->name + "," + x->name + ">");
+      addTransitionArc(t, q);
+      addPlaceArc(q, x);
+    } else {
+      reportError("internal error: a parallel insertion cannot be applied yet");
+      return false;
+    }
+  }
+  sortArcs(net);
+  insertedSignals_.push_back(signal);
+  if (verbosity >= 2) printTo(stdout, "\n inserted signal %s: %s", name.c_str(), solution.transformationText().c_str());
+  return unfold();
+}
+
+bool EncodingResolver::run() {
+  if (!unfold()) return false;
+  bool iterate = options_["all_solutions"] == 0 && options_["min_cost"] != 0;
+  if (!iterate) return step(false) && !solutions_.empty();
+  for (uint32_t k = 0; k < stepLimit; ++k) {
+    size_t before = solutions_.size();
+    if (!step(true)) return false;
+    if (!coresLeft_ || solutions_.size() == before) break;
+  }
+  if (!coresLeft_) {
+    if (writeFiles) writeStg("nurex");
+    return true;
+  }
+  reportWarning("failed to resolve some of the encoding conflicts");
+  return false;
+}
+
+void EncodingResolver::writeStg(const std::string& base) const {
+  if (!saveStg(*prefix_, base + ".g")) return;
+  writeNetPnml(static_cast<const Stg&>(*prefix_), base + ".pnml");
+}
+
+std::string EncodingResolver::report() const {
+  return std::string(coresLeft_ ? "cannot make further progress" : "all conflicts resolved") + " (" +
+         std::to_string(insertedSignals_.size()) + " signal insertion(s) and " + std::to_string(appliedReductions_) +
+         " concurrency reduction(s) applied)";
+}
+
+void EncodingResolver::describe() {
+  bool iterate = options_["all_solutions"] == 0 && options_["min_cost"] != 0;
+  if (iterate) writeResults(solutions_, report(), report());
+  else writeResults(solutions_, "suggested a transformation", report());
+}
+
+void EncodingResolver::print_statistics() {
+  printTo(stdout, "\n");
+  if (last_) last_->formula.print_statistics(stdout);
+}
+
+std::unique_ptr<SearchModeBase> makeEncodingResolver(const StgPrefix& prefix, const OptionMap& options) {
+  return std::make_unique<EncodingResolver>(prefix, options);
+}
+
+}  // namespace nurex
