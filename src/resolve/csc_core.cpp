@@ -80,7 +80,7 @@ namespace {
 // The fixed settings of both detectors: every solution up to 100, configurations kept.
 OptionMap detectorOptions(const OptionMap& options) {
   OptionMap copy = options;
-  copy["method"] = 0;
+  copy["method"] = 1;  // one enumeration over one formula: its solves stay incremental
   copy["all_solutions"] = 100;
   copy["store_cnf_formula"] = 0;
   copy["min_cost"] = 0;

@@ -103,7 +103,7 @@ int MinisatSolver::solve() {
   Minisat::vec<Minisat::Lit> assumptions;
   for (int literal : guard_assumptions()) assumptions.push(to_minisat(literal));
   try {
-    Minisat::lbool result = engine_->solveLimited(assumptions);
+    Minisat::lbool result = engine_->solveLimited(assumptions, simplify_);
     if (result == l_True) return SolveSatisfiable;
     if (result == l_False) return SolveUnsatisfiable;
     return SolveTimeout;

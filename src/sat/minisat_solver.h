@@ -22,6 +22,7 @@ class MinisatSolver : public GuardedSolver {
   void unit_clauses(std::vector<Literal>& out) override;
   void dump_clauses(std::vector<uint32_t>& out) override;
   int solve() override;
+  void allow_simplification(bool allow) override { simplify_ = allow; }
 
  protected:
   int engine_new_variable(bool decision, bool guard) override;
@@ -37,6 +38,7 @@ class MinisatSolver : public GuardedSolver {
   std::unique_ptr<Minisat::SimpSolver> engine_;
   std::vector<int> held_back_;  // clauses before the first solve or dump, each ended by 0
   bool flushed_ = false;
+  bool simplify_ = true;
   bool out_of_memory_ = false;  // the engine ran out of memory while building
 };
 

@@ -44,6 +44,9 @@ class SatSolver {
   virtual void reset() = 0;
   // A SolveResult.
   virtual int solve() = 0;
+  // Whether the next solves may run the engine's preprocessor (default yes). An enumeration
+  // that only adds blocking clauses turns it off after its first call.
+  virtual void allow_simplification(bool) {}
   virtual TernaryValue value(uint32_t variable) = 0;
   virtual uint32_t num_variables() = 0;
   virtual uint32_t num_clauses() = 0;

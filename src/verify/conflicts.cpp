@@ -216,7 +216,14 @@ bool ConflictMode::limit_reached() const {
 }
 
 void ConflictMode::collect_cores() {
-  while (!limit_reached() && raiseStatus(0) < StatusError) {
+  // Past the first solution only blocking clauses arrive, and subsumption checks of each of
+  // them against the whole instance cost more than they save.
+  struct Simplification {
+    SatSolver& engine;
+    ~Simplification() { engine.allow_simplification(true); }
+  } restore{formula.engine()};
+  for (bool first = true; !limit_reached() && raiseStatus(0) < StatusError; first = false) {
+    formula.engine().allow_simplification(first);
     formula.print_instance_size();
     if (!formula.solve()) return;
     ConfigurationPair core = model_pair();
