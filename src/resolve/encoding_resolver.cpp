@@ -14,6 +14,8 @@ namespace nurex {
 
 namespace {
 
+constexpr size_t MaxEvents = 30000;
+
 bool nameTaken(const Stg& stg, const std::string& name) {
   for (const Transition* t : stg.transitions)
     if (t->name == name) return true;
@@ -81,6 +83,12 @@ bool EncodingResolver::unfold() {
   unfoldOptions.conc_rel_size = 0;
   if (!unfoldNet(*prefix_, unfoldOptions)) return false;
   prefix_->unfoldedHere = true;
+  // The causal relations are kept as one bit set per event, quadratic in the prefix.
+  if (prefix_->events.size() > MaxEvents) {
+    reportError("the prefix has " + std::to_string(prefix_->events.size()) + " events; -R handles at most " +
+                std::to_string(MaxEvents));
+    return false;
+  }
   for (const Signal* s : insertedSignals_)
     if (!signalConsistent(*prefix_, s)) {
       reportError("internal error: the inserted signal " + s->name + " is not consistent");
