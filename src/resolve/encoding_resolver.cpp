@@ -160,8 +160,16 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
       Place* q = newPlace(net, "<" + t->name + "," + x->name + ">");
       addTransitionArc(t, q);
       addPlaceArc(q, x);
+    } else if (auto* c = std::get_if<InsertionConcurrent>(&insertion)) {
+      Place* from = newPlace(net, "<" + c->u->name + "," + x->name + ">");
+      from->tokens = c->marked ? 1 : 0;
+      addTransitionArc(const_cast<Transition*>(c->u), from);
+      addPlaceArc(from, x);
+      Place* to = newPlace(net, "<" + x->name + "," + c->t->name + ">");
+      addTransitionArc(x, to);
+      addPlaceArc(to, const_cast<Transition*>(c->t));
     } else {
-      reportError("internal error: a parallel insertion cannot be applied yet");
+      reportError("internal error: a general insertion is not made by -R");
       return false;
     }
   }

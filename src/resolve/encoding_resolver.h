@@ -45,6 +45,7 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   const Insertion& candidateOf(size_t) const { return building_; }
   bool precedes(const Placed& a, const Placed& b) const;
   bool concurrent(const Placed& a, const Placed& b) const;
+  bool sourceIn(const Placed& a, const EventSet& configuration) const;
   bool countedIn(const Placed& a, const EventSet& configuration) const;
   bool enabledAt(const Placed& a, const EventSet& configuration) const;
   // The variables of the candidates with an odd number of instances counted in the two sets.

@@ -114,6 +114,29 @@ namespace {
 
 bool byIndex(const Event* a, const Event* b) { return a->index < b->index; }
 
+// The events of the union of the local configurations of the given events.
+std::vector<const Event*> closureOf(const std::vector<const Event*>& tops, size_t events) {
+  std::vector<bool> seen(events, false);
+  std::vector<const Event*> out, work(tops.begin(), tops.end());
+  while (!work.empty()) {
+    const Event* e = work.back();
+    work.pop_back();
+    if (seen[e->index]) continue;
+    seen[e->index] = true;
+    out.push_back(e);
+    for (const Condition* c : e->preset)
+      if (c->producer) work.push_back(c->producer);
+  }
+  return out;
+}
+
+uint32_t occurrences(const std::vector<const Event*>& configuration, const Transition* t) {
+  uint32_t n = 0;
+  for (const Event* e : configuration) n += e->transition == t;
+  return n;
+}
+
+
 void sortUnique(std::vector<const Event*>& events) {
   std::sort(events.begin(), events.end(), byIndex);
   events.erase(std::unique(events.begin(), events.end()), events.end());
@@ -161,6 +184,32 @@ std::vector<InsertionInstance> instancesOf(const StgPrefix& prefix, const Insert
       sortUnique(instance.before);
       out.push_back(std::move(instance));
     }
+  } else if (auto* c = std::get_if<InsertionConcurrent>(&insertion)) {
+    // The k-th token on the way is made by the flag or a u-event and taken by the t-event
+    // that is the k-th of t in its own past.
+    size_t n = prefix.events.size();
+    std::vector<const Event*> takers;
+    std::vector<uint32_t> taken;
+    for (const Event* g : prefix.events)
+      if (g->transition == c->t) {
+        std::vector<const Event*> past = closureOf({g}, n);
+        takers.push_back(g);
+        taken.push_back(occurrences(past, c->t));
+      }
+    auto instanceOf = [&](const Event* source, uint32_t token) {
+      InsertionInstance instance;
+      instance.base = source;
+      if (source) instance.after.push_back(source);
+      for (size_t k = 0; k < takers.size(); ++k) {
+        if (taken[k] != token) continue;
+        std::vector<const Event*> past = closureOf({takers[k]}, n);
+        if (!source || std::find(past.begin(), past.end(), source) != past.end()) instance.before.push_back(takers[k]);
+      }
+      return instance;
+    };
+    if (c->marked) out.push_back(instanceOf(nullptr, 1));
+    for (const Event* e : prefix.events)
+      if (e->transition == c->u) out.push_back(instanceOf(e, c->marked + occurrences(closureOf({e}, n), c->u)));
   }
   return out;
 }
@@ -180,7 +229,95 @@ bool isInputDriven(const Transition* t) {
   return false;
 }
 
-std::vector<Insertion> validInsertions(const StgPrefix& prefix, int /*concurrentMode*/) {
+namespace {
+
+// Direct predecessors: the producers of t's preset places.
+std::set<const Transition*> predecessors(const Transition* t) {
+  std::set<const Transition*> out;
+  for (const Place* p : t->preset) out.insert(p->preset.begin(), p->preset.end());
+  return out;
+}
+
+// v itself, or for a dummy the signal transitions that follow it through dummies.
+std::set<const Transition*> expansion(const Transition* v) {
+  std::set<const Transition*> out, seen{v};
+  std::vector<const Transition*> work{v};
+  while (!work.empty()) {
+    const Transition* u = work.back();
+    work.pop_back();
+    if (u->signal && u->signal->kind != SignalDummy) {
+      out.insert(u);
+      continue;
+    }
+    for (const Place* p : u->postset)
+      for (const Transition* w : p->postset)
+        if (seen.insert(w).second) work.push_back(w);
+  }
+  return out;
+}
+
+// flag + events of u - events of t stays 0 or 1 where u or t occurs, and agrees between each
+// cut-off and its correspondent: the two new places stay safe and the prefix stays complete.
+bool tokenCountHolds(const StgPrefix& prefix, const std::vector<std::vector<const Event*>>& local,
+                     const std::vector<std::vector<const Event*>>& corresponding, const Transition* u,
+                     const Transition* t, bool flag) {
+  auto f = [&](const std::vector<const Event*>& configuration) {
+    return static_cast<int64_t>(flag) + occurrences(configuration, u) - static_cast<int64_t>(occurrences(configuration, t));
+  };
+  for (const Event* e : prefix.events) {
+    if (e->transition != u && e->transition != t && !eventIsCutOff(e)) continue;
+    int64_t here = f(local[e->index]);
+    if ((e->transition == u || e->transition == t) && here != 0 && here != 1) return false;
+    if (eventIsCutOff(e) && !e->correspondent.isUnknown() && here != f(corresponding[e->index])) return false;
+  }
+  return true;
+}
+
+void addConcurrentInsertions(const StgPrefix& prefix, int mode, const std::vector<bool>& occurs,
+                             std::vector<Insertion>& out) {
+  size_t n = prefix.events.size();
+  std::vector<std::vector<const Event*>> local(n), corresponding(n);
+  for (const Event* e : prefix.events) {
+    local[e->index] = closureOf({e}, n);
+    if (eventIsCutOff(e) && !e->correspondent.isUnknown()) {
+      std::vector<Event*> list = e->correspondent.correspondents();
+      corresponding[e->index] = closureOf(std::vector<const Event*>(list.begin(), list.end()), n);
+    }
+  }
+  for (const Transition* t : prefix.transitions) {
+    if (!occurs[t->index] || isInputDriven(t)) continue;
+    std::set<const Transition*> sources;
+    if (mode == 1) {
+      for (const Transition* p : predecessors(t)) {
+        std::set<const Transition*> second = predecessors(p);
+        sources.insert(second.begin(), second.end());
+      }
+    } else {
+      sources.insert(prefix.transitions.begin(), prefix.transitions.end());
+    }
+    sources.erase(t);
+    for (const Transition* p : predecessors(t)) sources.erase(p);
+    for (const Place* p : t->postset)
+      for (const Transition* s : p->postset) sources.erase(s);
+    std::set<const Transition*> targets = expansion(t);
+    for (const Transition* u : sources) {
+      if (!occurs[u->index]) continue;
+      std::set<const Transition*> from = expansion(u);
+      if (std::includes(targets.begin(), targets.end(), from.begin(), from.end())) continue;
+      bool flag = false;
+      for (const Event* e : prefix.events)
+        if (e->transition == u || e->transition == t) {
+          flag = e->transition == t;
+          break;
+        }
+      if (tokenCountHolds(prefix, local, corresponding, u, t, flag)) out.push_back(InsertionConcurrent{u, flag, t});
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Insertion> validInsertions(const StgPrefix& prefix, int concurrentMode) {
   std::vector<bool> occurs(prefix.transitions.size(), false);
   for (const Event* e : prefix.events) occurs[e->transition->index] = true;
   std::vector<Insertion> out;
@@ -222,6 +359,7 @@ std::vector<Insertion> validInsertions(const StgPrefix& prefix, int /*concurrent
     if (!dummy && m != t->preset.size() && !t->preset.empty())
       out.push_back(InsertionBefore{t, std::vector<const Place*>(t->preset.begin(), t->preset.end())});
   }
+  if (concurrentMode) addConcurrentInsertions(prefix, concurrentMode, occurs, out);
   std::sort(out.begin(), out.end(), insertionLess);
   return out;
 }

@@ -33,8 +33,14 @@ bool TransformationSearch::concurrent(const Placed& a, const Placed& b) const {
   return true;
 }
 
+// Behind t, or in parallel after u: x counts as soon as its source has occurred (the start,
+// for the token that is there from the beginning).
+bool TransformationSearch::sourceIn(const Placed& a, const EventSet& configuration) const {
+  return !a.instance.base || configuration.contains(a.instance.base->index);
+}
+
 bool TransformationSearch::countedIn(const Placed& a, const EventSet& configuration) const {
-  if (candidates_[a.candidate].index() == 1) return configuration.contains(a.instance.base->index);
+  if (candidates_[a.candidate].index() != 0) return sourceIn(a, configuration);
   for (const Event* f : a.instance.before)
     if (configuration.contains(f->index)) return true;
   return false;
@@ -45,7 +51,7 @@ bool TransformationSearch::countedIn(const Placed& a, const EventSet& configurat
 bool TransformationSearch::enabledAt(const Placed& a, const EventSet& configuration) const {
   for (const Event* f : a.instance.before)
     if (configuration.contains(f->index)) return false;
-  if (candidates_[a.candidate].index() == 1) return configuration.contains(a.instance.base->index);
+  if (candidates_[a.candidate].index() != 0) return sourceIn(a, configuration);
   for (const Condition* c : a.instance.conditions) {
     if (c->producer && !configuration.contains(c->producer->index)) return false;
     for (const Event* h : c->postset)
@@ -58,13 +64,11 @@ bool TransformationSearch::enabledAt(const Placed& a, const EventSet& configurat
 // between them; a cut-off and its correspondent must agree on that token, or the two would
 // no longer reach the same marking.
 bool TransformationSearch::agreesAtCutOffs(size_t first) const {
-  if (placed_.size() == first || placed_[first].instance.base == nullptr ||
-      std::get_if<InsertionAfter>(&candidateOf(first)) == nullptr)
-    return true;
+  if (std::get_if<InsertionBefore>(&candidateOf(first))) return true;
   auto pending = [&](const EventSet& configuration) {
     for (size_t a = first; a < placed_.size(); ++a) {
       const InsertionInstance& instance = placed_[a].instance;
-      if (!configuration.contains(instance.base->index)) continue;
+      if (instance.base && !configuration.contains(instance.base->index)) continue;
       if (std::none_of(instance.before.begin(), instance.before.end(),
                        [&](const Event* f) { return configuration.contains(f->index); }))
         return true;
@@ -323,6 +327,7 @@ void TransformationSearch::measureSets() {
   };
   for (size_t i = 0; i < candidates_.size(); ++i) {
     if (auto* b = std::get_if<InsertionBefore>(&candidates_[i])) affects(b->t, i);
+    if (auto* c = std::get_if<InsertionConcurrent>(&candidates_[i])) affects(c->t, i);
     if (auto* a = std::get_if<InsertionAfter>(&candidates_[i]))
       for (const Place* p : a->places)
         for (const Transition* d : p->postset) affects(d, i);
@@ -407,7 +412,10 @@ void TransformationSearch::cost_vector(BitVector& out, Polarity) {
   add("coeff_USC_cores", [&] { return encoder.count(unresolvedUsc_); });
   add("coeff_delay", [&] { return counterOf(delaySets_); });
   add("coeff_logic", [&] { return counterOf(logicSets_); });
-  add("coeff_seq_insertions", [&] { return encoder.count(variables_); });
+  std::vector<Literal> sequential, parallel;
+  for (size_t i = 0; i < candidates_.size(); ++i) (isSequential(candidates_[i]) ? sequential : parallel).push_back(variables_[i]);
+  add("coeff_seq_insertions", [&] { return encoder.count(sequential); });
+  add("coeff_conc_insertions", [&] { return encoder.count(parallel); });
   terms.insert(terms.end(), lockWeights_.begin(), lockWeights_.end());
   out = encoder.sum(terms);
 }

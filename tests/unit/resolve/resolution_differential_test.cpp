@@ -22,19 +22,24 @@ namespace {
 
 struct Outcome {
   bool error = false, resolved = false;
-  size_t signals = 0;
+  size_t signals = 0, parallel = 0;  // signals inserted; parallel insertions among them
   std::string judged;  // the judge's failure, empty when accepted
   std::string output;  // the written STG, for the failure message
 };
 
-Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200) {
+Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200, int concurrent = 0) {
   OptionMap options;
   options["mode"] = 10;
   options["min_cost"] = 1;
+  options["concurrent_insertions"] = concurrent;
+  // Parallel insertions are made cheap so that the minimum takes them where it can.
+  if (concurrent) options["coeff_conc_insertions"] = 0;
   Outcome outcome;
   testing::internal::CaptureStdout();
   captureStderr([&] {
+    int32_t conc = options["coeff_conc_insertions"];
     evaluateCostCoefficients(prefix, options);
+    if (concurrent) options["coeff_conc_insertions"] = conc;
     EncodingResolver resolver(prefix, options);
     resolver.writeFiles = false;
     resolver.stepLimit = steps;
@@ -42,6 +47,9 @@ Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200) {
     outcome.error = raiseStatus(0) >= StatusError;
     outcome.resolved = resolver.resolved();
     outcome.signals = resolver.insertedSignals();
+    for (const auto& solution : resolver.result_list())
+      for (const Insertion& i : static_cast<const TransformationCost&>(*solution).transformation)
+        outcome.parallel += !isSequential(i);
     if (outcome.error || !outcome.resolved) return;
     std::ostringstream text;
     writeStgText(resolver.net(), text);
@@ -99,7 +107,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
   RandomStgOptions small, deep;
   deep.maxDepth = 4;
   deep.maxSignals = 8;
-  int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {};
+  int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {}, parallel = 0;
   uint64_t seeds = sizedForBuild(200);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
@@ -113,7 +121,8 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
       StgStateFacts facts = exploreStg(*prefix);
       if (!facts.complete || facts.cscCost < 0) continue;
       ++withConflicts[variant];
-      Outcome o = resolve(*prefix, 6);
+      // Every other seed may also place the new signal's transitions in parallel (-p1).
+      Outcome o = resolve(*prefix, 6, seed % 2 ? 1 : 0);
       ASSERT_FALSE(o.error) << gText(*prefix);
       if (!o.resolved) {
         if (getenv("NUREX_DUMP_UNRESOLVED")) std::printf("=== seed %llu\n%s\n", (unsigned long long)seed, gText(*prefix).c_str());
@@ -121,11 +130,14 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
       }
       ++resolved[variant];
       signals[variant] += static_cast<int>(o.signals);
+      parallel += static_cast<int>(o.parallel);
       EXPECT_EQ(o.judged, "") << "input:\n" << gText(*prefix) << "\noutput:\n" << o.output;
     }
   for (int variant : {0, 1})
     std::printf("random STGs%s with CSC conflicts: %d, resolved %d with %d signals\n", variant ? " without inputs" : "",
                 withConflicts[variant], resolved[variant], signals[variant]);
+  std::printf("parallel insertions applied: %d\n", parallel);
+  EXPECT_GT(parallel, 0);
   EXPECT_GT(withConflicts[0], static_cast<int>(seeds / 20));
   EXPECT_GT(resolved[0], withConflicts[0] / 5);
   EXPECT_GE(resolved[1] * 3, withConflicts[1] * 2);

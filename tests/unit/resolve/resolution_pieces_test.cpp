@@ -104,6 +104,30 @@ TEST(ValidInsertions, FiltersAndTexts) {
   EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), insertionLess));
 }
 
+// Parallel insertions: none with -p0; with -p1 the sources are two steps back from the
+// target; with -p2 any transition. A target that occurs before its source gets the token
+// from the start.
+TEST(ValidInsertions, ParallelModes) {
+  // a+ b+ c+ a- b- c- in a ring of outputs.
+  auto prefix = unfoldText(".outputs a b c\n.graph\na+ b+\nb+ c+\nc+ a-\na- b-\nb- c-\nc- a+\n"
+                           ".marking {<c-,a+>}\n.end\n");
+  ASSERT_NE(prefix, nullptr);
+  auto parallel = [&](int mode) {
+    std::vector<std::string> texts;
+    for (const Insertion& i : validInsertions(*prefix, mode))
+      if (!isSequential(i)) texts.push_back(insertionText(i));
+    return texts;
+  };
+  EXPECT_TRUE(parallel(0).empty());
+  std::vector<std::string> one = parallel(1), two = parallel(2);
+  EXPECT_TRUE(has(one, "a+ -||-> c+"));    // a+ is two steps in front of c+
+  EXPECT_FALSE(has(one, "a+ -||-> a-"));   // three steps: -p2 only
+  EXPECT_TRUE(has(two, "a+ -||-> a-"));
+  EXPECT_TRUE(has(two, "b- -||*-> a+"));  // a+ occurs first: a token waits from the start
+  EXPECT_FALSE(has(two, "b+ -||-> c+"));  // a direct predecessor
+  EXPECT_GT(two.size(), one.size());
+}
+
 TEST(InsertionTexts, EveryAlternative) {
   Stg stg;
   auto* t = stg.transitions.add(new Transition);
