@@ -218,36 +218,32 @@ void TransformationSearch::cutOffConstraints(int group) {
 
 // A CSC core is resolved when x differs between its two sides and neither side leaves an
 // event of x enabled or pending, which would bring the conflict back one step away. A core
-// that only differs in marking must not become a CSC conflict through x's excitation.
+// that only differs in marking must not become a CSC conflict through x's excitation: x is
+// excited at both of its sides or at neither.
 void TransformationSearch::coreConstraints(int group) {
   std::vector<Literal> progress;
   size_t n = unit.events.size();
   for (const CscCore& core : cores_) {
     EventSet x = eventSetOf(n, core.first), y = eventSetOf(n, core.second);
-    EventSet difference = eventSetOf(n, core.difference);
     Literal parity = sums_.literalFor(oddCount(x, y), formula);
-    std::vector<Literal> either, one;
+    std::vector<Literal> atFirst, atSecond, either;
     for (size_t i = 0; i < candidates_.size(); ++i) {
-      bool inEither = false, inOne = false;
+      bool ex = false, ey = false;
       for (size_t a : placedOf_[i]) {
-        const Placed& p = placed_[a];
-        bool ex = enabledAt(p, x), ey = enabledAt(p, y);
-        inEither |= ex || ey;
-        bool touches = std::any_of(p.instance.after.begin(), p.instance.after.end(),
-                                   [&](const Event* f) { return difference.contains(f->index); }) ||
-                       std::any_of(p.instance.before.begin(), p.instance.before.end(),
-                                   [&](const Event* f) { return difference.contains(f->index); });
-        inOne |= ex != ey && touches;
+        ex |= enabledAt(placed_[a], x);
+        ey |= enabledAt(placed_[a], y);
       }
-      if (inEither) either.push_back(variables_[i]);
-      if (inOne) one.push_back(variables_[i]);
+      if (ex) atFirst.push_back(variables_[i]);
+      if (ey) atSecond.push_back(variables_[i]);
+      if (ex || ey) either.push_back(variables_[i]);
     }
+    auto any = [&](const std::vector<Literal>& literals) {
+      return literals.empty() ? LiteralFalse : formula.make_gate(GateOr, literals, group, 0);
+    };
     if (core.csc) {
       Literal separated = parity;
-      if (separated != LiteralFalse && !either.empty()) {
-        Literal touched = formula.make_gate(GateOr, either, group, 0);
-        separated = formula.make_gate(GateAnd, {negate(touched), parity}, group, 0);
-      }
+      if (separated != LiteralFalse && !either.empty())
+        separated = formula.make_gate(GateAnd, {negate(any(either)), parity}, group, 0);
       if (separated == LiteralFalse) {
         reportWarning("structurally irreducible CSC conflict: " + core.text());
         formula.add_empty_clause(group);
@@ -255,7 +251,9 @@ void TransformationSearch::coreConstraints(int group) {
       progress.push_back(separated);
       unresolvedCsc_.push_back(negate(separated));
     } else {
-      for (Literal l : one) formula.add_unit(negate(l), group);
+      Literal first = any(atFirst), second = any(atSecond);
+      formula.add_clause({negate(first), second}, group);
+      formula.add_clause({first, negate(second)}, group);
       unresolvedUsc_.push_back(negate(parity));
     }
   }

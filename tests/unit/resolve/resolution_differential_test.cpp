@@ -125,7 +125,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
       Outcome o = resolve(*prefix, 6, seed % 2 ? 1 : 0);
       ASSERT_FALSE(o.error) << gText(*prefix);
       if (!o.resolved) {
-        if (getenv("NUREX_DUMP_UNRESOLVED")) std::printf("=== seed %llu\n%s\n", (unsigned long long)seed, gText(*prefix).c_str());
+        if (getenv("NUREX_DUMP_UNRESOLVED")) std::printf("=== seed %llu variant %d\n%s\n", (unsigned long long)seed, variant, gText(*prefix).c_str());
         continue;
       }
       ++resolved[variant];
