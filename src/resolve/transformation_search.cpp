@@ -371,6 +371,31 @@ void TransformationSearch::lockTerms(std::vector<WeightedLiterals>& terms, uint3
       if (any.size() > 1) conjuncts.push_back(negate(BitVectorEncoder(formula).more_than(any, 1)));
     }
     if (conjuncts.empty()) continue;
+    // Runs go on behind a cut-off as behind its correspondent: the events of x after the last
+    // event of s must agree there too, or an interval of s spanning the cut-off gets two.
+    auto lastOf = [&](const EventSet& configuration) {
+      const Event* last = nullptr;
+      for (const Event* f : unit.events)
+        if (f->transition->signal == s && configuration.contains(f->index) &&
+            (!last || order_.past(f).contains(last->index)))
+          last = f;
+      return last;
+    };
+    for (const Event* e : unit.events) {
+      if (!eventIsCutOff(e) || e->correspondent.isUnknown()) continue;
+      EventSet here = order_.past(e), there = order_.closure(e->correspondent.correspondents());
+      const Event *lastHere = lastOf(here), *lastThere = lastOf(there);
+      std::vector<bool> odd(candidates_.size(), false);
+      for (const Placed& a : placed_) {
+        bool tailHere = countedIn(a, here) && !(lastHere && before(a, lastHere));
+        bool tailThere = countedIn(a, there) && !(lastThere && before(a, lastThere));
+        if (tailHere != tailThere) odd[a.candidate] = !odd[a.candidate];
+      }
+      std::vector<Literal> differing;
+      for (size_t i = 0; i < candidates_.size(); ++i)
+        if (odd[i]) differing.push_back(variables_[i]);
+      conjuncts.push_back(negate(sums_.literalFor(differing, formula)));
+    }
     lockedLiterals_[s->index] = formula.make_gate(GateAnd, conjuncts, PermanentGroup, 0);
     if (lockedLiterals_[s->index] != LiteralTrue)
       terms.push_back({uint64_t{coefficient} * (s->kind == SignalInput ? 2 : 4), {negate(lockedLiterals_[s->index])}});
