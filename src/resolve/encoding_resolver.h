@@ -59,7 +59,7 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   void measureSets();
   BitVector counterOf(const std::vector<std::vector<size_t>>& sets);
   void lockTerms(std::vector<WeightedLiterals>& terms, uint32_t coefficient);
-  uint64_t unlockInModel() const;
+  uint64_t unlockInModel(std::vector<std::string>& lockedNames) const;
 
   const std::vector<CscCore>& cores_;
   EventOrder order_;

@@ -49,6 +49,7 @@ class ResolutionSolution : public TransformationCost {
 
   uint64_t cscCores = UnknownMeasure, uscCores = UnknownMeasure;
   std::vector<uint32_t> signs;  // per insertion: 0 rising, 1 falling
+  std::vector<std::string> lockedSignals;  // the signals the new one alternates with
   uint32_t coeffCsc, coeffUsc;
 };
 

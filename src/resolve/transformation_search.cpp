@@ -371,6 +371,15 @@ void TransformationSearch::lockTerms(std::vector<WeightedLiterals>& terms, uint3
       if (any.size() > 1) conjuncts.push_back(negate(BitVectorEncoder(formula).more_than(any, 1)));
     }
     if (conjuncts.empty()) continue;
+    // An event of x side by side with one of s can fire on either side of it.
+    std::vector<bool> sideBySide(candidates_.size(), false);
+    for (const Placed& a : placed_)
+      for (const Event* f : unit.events)
+        if (f->transition->signal == s && !before(a, f) && !a.past.contains(f->index) &&
+            !a.excluded.contains(f->index))
+          sideBySide[a.candidate] = true;
+    for (size_t i = 0; i < candidates_.size(); ++i)
+      if (sideBySide[i]) conjuncts.push_back(negate(variables_[i]));
     // Runs go on behind a cut-off as behind its correspondent: the events of x after the last
     // event of s must agree there too, or an interval of s spanning the cut-off gets two.
     auto lastOf = [&](const EventSet& configuration) {
@@ -402,14 +411,18 @@ void TransformationSearch::lockTerms(std::vector<WeightedLiterals>& terms, uint3
   }
 }
 
-uint64_t TransformationSearch::unlockInModel() const {
+uint64_t TransformationSearch::unlockInModel(std::vector<std::string>& lockedNames) const {
   uint64_t total = 0;
   std::string locked;
   for (const Signal* s : unit.signals) {
     if (s->kind == SignalDummy) continue;
     Literal l = s->index < lockedLiterals_.size() ? lockedLiterals_[s->index] : LiteralFalse;
-    if (l == LiteralTrue || (!is_constant(l) && formula.value(l) == ValueTrue)) locked += " " + s->name;
-    else total += s->kind == SignalInput ? 2 : 4;
+    if (l == LiteralTrue || (!is_constant(l) && formula.value(l) == ValueTrue)) {
+      locked += " " + s->name;
+      lockedNames.push_back(s->name);
+    } else {
+      total += s->kind == SignalInput ? 2 : 4;
+    }
   }
   if (verbosity >= 4) printTo(stdout, "\nLocked signals:%s", locked.c_str());
   return total;
@@ -481,7 +494,8 @@ void TransformationSearch::add_solution() {
   };
   solution->delay = options["coeff_delay"] ? setsHit(delaySets_) : 0;
   solution->logic = options["coeff_logic"] ? setsHit(logicSets_) : 0;
-  solution->unlock = options["coeff_non_locked_signals"] && !lockedLiterals_.empty() ? unlockInModel() : 0;
+  solution->unlock =
+      options["coeff_non_locked_signals"] && !lockedLiterals_.empty() ? unlockInModel(solution->lockedSignals) : 0;
   if (all_solutions == 0) solutions.clear();
   solutions.push_back(std::move(solution));
 }

@@ -286,4 +286,36 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
   return {complete, complete ? failure : "state limit reached in the counted states"};
 }
 
+bool signalsAlternate(const Stg& stg, const std::string& a, const std::string& b, uint32_t stateLimit) {
+  // A state is the marking and which of the two fired last (0: neither yet).
+  auto side = [&](const Transition* t) {
+    if (isDummy(t)) return 0;
+    return t->signal->name == a ? 1 : t->signal->name == b ? 2 : 0;
+  };
+  std::string start;
+  for (const Place* p : stg.places) start.push_back(static_cast<char>(p->tokens != 0));
+  start.push_back(0);
+  std::set<std::string> seen{start};
+  std::vector<std::string> work{start};
+  while (!work.empty()) {
+    std::string state = std::move(work.back());
+    work.pop_back();
+    for (const Transition* t : stg.transitions) {
+      if (!std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return state[p->index]; })) continue;
+      std::string next = state;
+      for (const Place* p : t->preset) next[p->index] = 0;
+      for (const Place* p : t->postset) next[p->index] = 1;
+      if (int k = side(t)) {
+        if (state.back() == k) return false;
+        next.back() = static_cast<char>(k);
+      }
+      if (seen.insert(next).second) {
+        if (seen.size() > stateLimit) return false;
+        work.push_back(std::move(next));
+      }
+    }
+  }
+  return true;
+}
+
 }  // namespace nurex::test

@@ -25,4 +25,8 @@ struct Judgement {
 
 Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOptions& options = {});
 
+// The transitions of signals a and b strictly alternate in every run of a safe STG (either may
+// come first); false also when the exploration passes `stateLimit`.
+bool signalsAlternate(const Stg& stg, const std::string& a, const std::string& b, uint32_t stateLimit = 200000);
+
 }  // namespace nurex::test

@@ -23,6 +23,8 @@ namespace {
 struct Outcome {
   bool error = false, resolved = false;
   size_t signals = 0, parallel = 0;  // signals inserted; parallel insertions among them
+  size_t lockedPairs = 0;
+  std::string notAlternating;  // pairs reported locked that do not alternate
   std::string judged;  // the judge's failure, empty when accepted
   std::string output;  // the written STG, for the failure message
 };
@@ -50,6 +52,15 @@ Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200, int concurrent = 
     for (const auto& solution : resolver.result_list())
       for (const Insertion& i : static_cast<const TransformationCost&>(*solution).transformation)
         outcome.parallel += !isSequential(i);
+    // Later insertions keep the order of the earlier signals' edges, so a signal reported
+    // locked with the new one at its step must alternate with it in the final STG.
+    for (size_t k = 0; k < resolver.result_list().size() && resolver.resolved(); ++k) {
+      std::string name = k ? "csc" + std::to_string(k) : "csc";
+      for (const std::string& s : static_cast<const ResolutionSolution&>(*resolver.result_list()[k]).lockedSignals) {
+        ++outcome.lockedPairs;
+        if (!signalsAlternate(resolver.net(), name, s)) outcome.notAlternating += name + "/" + s + " ";
+      }
+    }
     if (outcome.error || !outcome.resolved) return;
     std::ostringstream text;
     writeStgText(resolver.net(), text);
@@ -90,6 +101,7 @@ TEST(ResolutionDifferential, BenchmarksAndRegressions) {
     ASSERT_FALSE(o.error);
     EXPECT_TRUE(o.resolved);
     EXPECT_EQ(o.judged, "") << o.output;
+    EXPECT_EQ(o.notAlternating, "");
   }
 }
 
@@ -107,7 +119,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
   RandomStgOptions small, deep;
   deep.maxDepth = 4;
   deep.maxSignals = 8;
-  int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {}, parallel = 0;
+  int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {}, parallel = 0, lockedPairs = 0, misjudged = 0;
   uint64_t seeds = sizedForBuild(200);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
@@ -131,12 +143,17 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
       ++resolved[variant];
       signals[variant] += static_cast<int>(o.signals);
       parallel += static_cast<int>(o.parallel);
+      lockedPairs += static_cast<int>(o.lockedPairs);
+      // The lock term only prices a step; on random STGs with choices it can still take a
+      // pair for locked that does not alternate, so this is counted rather than asserted.
+      misjudged += !o.notAlternating.empty();
       EXPECT_EQ(o.judged, "") << "input:\n" << gText(*prefix) << "\noutput:\n" << o.output;
     }
   for (int variant : {0, 1})
     std::printf("random STGs%s with CSC conflicts: %d, resolved %d with %d signals\n", variant ? " without inputs" : "",
                 withConflicts[variant], resolved[variant], signals[variant]);
-  std::printf("parallel insertions applied: %d\n", parallel);
+  std::printf("parallel insertions applied: %d, locked pairs checked: %d, runs with a pair taken for locked "
+              "that does not alternate: %d\n", parallel, lockedPairs, misjudged);
   EXPECT_GT(parallel, 0);
   EXPECT_GT(withConflicts[0], static_cast<int>(seeds / 20));
   EXPECT_GT(resolved[0], withConflicts[0] / 5);
