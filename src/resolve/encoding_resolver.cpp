@@ -33,16 +33,18 @@ std::string freePlaceName(const Stg& stg, const std::string& name) {
   return result;
 }
 
-Place* newPlace(Stg& stg, const std::string& name) {
+// A new place "<from,to>" between the two transitions.
+Place* link(Stg& stg, Transition* from, Transition* to) {
   Place* p = stg.places.add(new Place);
-  p->name = freePlaceName(stg, name);
+  p->name = freePlaceName(stg, "<" + from->name + "," + to->name + ">");
+  addTransitionArc(from, p);
+  addPlaceArc(p, to);
   return p;
 }
 
 // Every event of the signal has the sign that the parity of its predecessors of the signal
 // gives, no two of them are concurrent, and cut-offs agree with their correspondents.
-bool signalConsistent(const StgPrefix& prefix, const Signal* signal) {
-  EventOrder order(prefix);
+bool signalConsistent(const StgPrefix& prefix, const EventOrder& order, const Signal* signal) {
   std::vector<const Event*> own;
   for (const Event* e : prefix.events)
     if (e->transition->signal == signal) own.push_back(e);
@@ -58,11 +60,9 @@ bool signalConsistent(const StgPrefix& prefix, const Signal* signal) {
           !order.conflict(e).contains(f->index))
         return false;
   }
-  for (const Event* e : prefix.events)
-    if (eventIsCutOff(e) && !e->correspondent.isUnknown() &&
-        parity(order.past(e)) != parity(order.closure(e->correspondent.correspondents())))
-      return false;
-  return true;
+  return order.cutOffsAgree(prefix, [&](const EventSet& here, const EventSet& there, const Event*) {
+    return parity(here) == parity(there);
+  });
 }
 
 }  // namespace
@@ -89,8 +89,10 @@ bool EncodingResolver::unfold() {
                 std::to_string(MaxEvents));
     return false;
   }
+  if (insertedSignals_.empty()) return inferSignalValues(*prefix_);
+  EventOrder order(*prefix_);
   for (const Signal* s : insertedSignals_)
-    if (!signalConsistent(*prefix_, s)) {
+    if (!signalConsistent(*prefix_, order, s)) {
       reportError("internal error: the inserted signal " + s->name + " is not consistent");
       return false;
     }
@@ -146,9 +148,7 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
         t->preset.erase(p);
         addPlaceArc(p, x);
       }
-      Place* q = newPlace(net, "<" + x->name + "," + t->name + ">");
-      addTransitionArc(x, q);
-      addPlaceArc(q, t);
+      link(net, x, t);
     } else if (auto* a = std::get_if<InsertionAfter>(&insertion)) {
       auto* t = const_cast<Transition*>(a->t);
       for (const Place* cp : a->places) {
@@ -157,17 +157,10 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
         t->postset.erase(p);
         addTransitionArc(x, p);
       }
-      Place* q = newPlace(net, "<" + t->name + "," + x->name + ">");
-      addTransitionArc(t, q);
-      addPlaceArc(q, x);
+      link(net, t, x);
     } else if (auto* c = std::get_if<InsertionConcurrent>(&insertion)) {
-      Place* from = newPlace(net, "<" + c->u->name + "," + x->name + ">");
-      from->tokens = c->marked ? 1 : 0;
-      addTransitionArc(const_cast<Transition*>(c->u), from);
-      addPlaceArc(from, x);
-      Place* to = newPlace(net, "<" + x->name + "," + c->t->name + ">");
-      addTransitionArc(x, to);
-      addPlaceArc(to, const_cast<Transition*>(c->t));
+      link(net, const_cast<Transition*>(c->u), x)->tokens = c->marked ? 1 : 0;
+      link(net, x, const_cast<Transition*>(c->t));
     } else {
       reportError("internal error: a general insertion is not made by -R");
       return false;

@@ -40,9 +40,9 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   };
 
   void buildCandidates();
-  bool agreesAtCutOffs(size_t first) const;
-  // The insertion being built while its instances are placed.
-  const Insertion& candidateOf(size_t) const { return building_; }
+  // Pending events of x behind the insertion's instances placed from `first` on agree at
+  // every cut-off and its correspondent.
+  bool agreesAtCutOffs(const Insertion& insertion, size_t first) const;
   bool precedes(const Placed& a, const Placed& b) const;
   bool concurrent(const Placed& a, const Placed& b) const;
   bool sourceIn(const Placed& a, const EventSet& configuration) const;
@@ -64,7 +64,6 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   const std::vector<CscCore>& cores_;
   EventOrder order_;
   std::vector<Insertion> candidates_;
-  Insertion building_;
   std::vector<Literal> variables_;
   std::vector<Placed> placed_;
   std::vector<std::vector<size_t>> placedOf_;  // per candidate, into placed_

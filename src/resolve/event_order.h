@@ -44,6 +44,16 @@ class EventOrder {
   // The union of the local configurations: the configuration a cut-off corresponds to.
   EventSet closure(const std::vector<Event*>& events) const;
   EventSet closure(const std::vector<const Event*>& events) const;
+  // Whether `same` holds of every cut-off with a known correspondent: it is given the local
+  // configuration of the cut-off, the configuration it corresponds to, and the cut-off.
+  template <class Same>
+  bool cutOffsAgree(const StgPrefix& prefix, Same&& same) const {
+    for (const Event* e : prefix.events)
+      if (eventIsCutOff(e) && !e->correspondent.isUnknown() &&
+          !same(past(e), closure(e->correspondent.correspondents()), e))
+        return false;
+    return true;
+  }
 
  private:
   std::vector<EventSet> past_, future_, conflict_;

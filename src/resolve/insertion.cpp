@@ -214,21 +214,6 @@ std::vector<InsertionInstance> instancesOf(const StgPrefix& prefix, const Insert
   return out;
 }
 
-bool isInputDriven(const Transition* t) {
-  std::set<const Transition*> seen{t};
-  std::vector<const Transition*> work{t};
-  while (!work.empty()) {
-    const Transition* u = work.back();
-    work.pop_back();
-    if (u->signal && u->signal->kind == SignalInput) return true;
-    if (u->signal && u->signal->kind != SignalDummy) continue;
-    for (const Place* p : u->postset)
-      for (const Transition* v : p->postset)
-        if (seen.insert(v).second) work.push_back(v);
-  }
-  return false;
-}
-
 namespace {
 
 // Direct predecessors: the producers of t's preset places.
@@ -255,6 +240,16 @@ std::set<const Transition*> expansion(const Transition* v) {
   }
   return out;
 }
+
+}  // namespace
+
+bool isInputDriven(const Transition* t) {
+  for (const Transition* u : expansion(t))
+    if (u->signal->kind == SignalInput) return true;
+  return false;
+}
+
+namespace {
 
 // flag + events of u - events of t stays 0 or 1 where u or t occurs, and agrees between each
 // cut-off and its correspondent: the two new places stay safe and the prefix stays complete.

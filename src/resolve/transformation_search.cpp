@@ -63,8 +63,8 @@ bool TransformationSearch::enabledAt(const Placed& a, const EventSet& configurat
 // Behind t, x may still be pending where a configuration ends, with a token on the new place
 // between them; a cut-off and its correspondent must agree on that token, or the two would
 // no longer reach the same marking.
-bool TransformationSearch::agreesAtCutOffs(size_t first) const {
-  if (std::get_if<InsertionBefore>(&candidateOf(first))) return true;
+bool TransformationSearch::agreesAtCutOffs(const Insertion& insertion, size_t first) const {
+  if (std::get_if<InsertionBefore>(&insertion)) return true;
   auto pending = [&](const EventSet& configuration) {
     for (size_t a = first; a < placed_.size(); ++a) {
       const InsertionInstance& instance = placed_[a].instance;
@@ -75,18 +75,15 @@ bool TransformationSearch::agreesAtCutOffs(size_t first) const {
     }
     return false;
   };
-  for (const Event* e : unit.events)
-    if (eventIsCutOff(e) && !e->correspondent.isUnknown() &&
-        pending(order_.past(e)) != pending(order_.closure(e->correspondent.correspondents())))
-      return false;
-  return true;
+  return order_.cutOffsAgree(unit, [&](const EventSet& here, const EventSet& there, const Event*) {
+    return pending(here) == pending(there);
+  });
 }
 
 void TransformationSearch::buildCandidates() {
   std::vector<Insertion> all = validInsertions(unit, options["concurrent_insertions"]);
   size_t n = unit.events.size();
   for (Insertion& insertion : all) {
-    building_ = insertion;
     std::vector<InsertionInstance> instances = instancesOf(unit, insertion);
     if (instances.empty()) continue;
     size_t first = placed_.size();
@@ -106,7 +103,7 @@ void TransformationSearch::buildCandidates() {
     bool selfConcurrent = false;
     for (size_t a = first; a < placed_.size() && !selfConcurrent; ++a)
       for (size_t b = a + 1; b < placed_.size() && !selfConcurrent; ++b) selfConcurrent = concurrent(placed_[a], placed_[b]);
-    if (selfConcurrent || !agreesAtCutOffs(first)) {
+    if (selfConcurrent || !agreesAtCutOffs(insertion, first)) {
       placed_.resize(first);
       continue;
     }
@@ -209,11 +206,10 @@ void TransformationSearch::signConstraints(int group) {
 
 // x has one value at a cut-off and at its correspondent, which continue alike.
 void TransformationSearch::cutOffConstraints(int group) {
-  for (const Event* e : unit.events) {
-    if (!eventIsCutOff(e) || e->correspondent.isUnknown()) continue;
-    EventSet corresponding = order_.closure(e->correspondent.correspondents());
-    formula.add_unit(negate(sums_.literalFor(oddCount(order_.past(e), corresponding), formula)), group);
-  }
+  order_.cutOffsAgree(unit, [&](const EventSet& here, const EventSet& there, const Event*) {
+    formula.add_unit(negate(sums_.literalFor(oddCount(here, there), formula)), group);
+    return true;
+  });
 }
 
 // A CSC core is resolved when x differs between its two sides and neither side leaves an
@@ -390,9 +386,7 @@ void TransformationSearch::lockTerms(std::vector<WeightedLiterals>& terms, uint3
           last = f;
       return last;
     };
-    for (const Event* e : unit.events) {
-      if (!eventIsCutOff(e) || e->correspondent.isUnknown()) continue;
-      EventSet here = order_.past(e), there = order_.closure(e->correspondent.correspondents());
+    order_.cutOffsAgree(unit, [&](const EventSet& here, const EventSet& there, const Event*) {
       const Event *lastHere = lastOf(here), *lastThere = lastOf(there);
       std::vector<bool> odd(candidates_.size(), false);
       for (const Placed& a : placed_) {
@@ -404,7 +398,8 @@ void TransformationSearch::lockTerms(std::vector<WeightedLiterals>& terms, uint3
       for (size_t i = 0; i < candidates_.size(); ++i)
         if (odd[i]) differing.push_back(variables_[i]);
       conjuncts.push_back(negate(sums_.literalFor(differing, formula)));
-    }
+      return true;
+    });
     lockedLiterals_[s->index] = formula.make_gate(GateAnd, conjuncts, PermanentGroup, 0);
     if (lockedLiterals_[s->index] != LiteralTrue)
       terms.push_back({uint64_t{coefficient} * (s->kind == SignalInput ? 2 : 4), {negate(lockedLiterals_[s->index])}});

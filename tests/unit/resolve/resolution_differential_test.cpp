@@ -15,6 +15,7 @@
 #include "support/sanitizer.h"
 #include "support/transformation_judge.h"
 #include "unit/verify/random_stg.h"
+#include "unit/verify/stg_replay.h"
 #include "unit/verify/stg_states.h"
 
 namespace nurex::test {
@@ -78,14 +79,6 @@ std::string gText(const Stg& stg) {
   return text.str();
 }
 
-std::unique_ptr<StgUnit> load(const std::string& path) {
-  std::unique_ptr<StgUnit> unit;
-  testing::internal::CaptureStdout();
-  captureStderr([&] { unit.reset(loadStgUnit(path)); });
-  testing::internal::GetCapturedStdout();
-  return unit;
-}
-
 TEST(ResolutionDifferential, BenchmarksAndRegressions) {
   std::vector<std::string> files = {std::string(NUREX_SOURCE_DIR) + "/benchmarks/nets/vme.g",
                                     std::string(NUREX_SOURCE_DIR) + "/benchmarks/nets/NEWVME.g"};
@@ -95,7 +88,7 @@ TEST(ResolutionDifferential, BenchmarksAndRegressions) {
     if (entry.path().extension() == ".g") files.push_back(entry.path().string());
   for (const std::string& file : files) {
     SCOPED_TRACE(file);
-    std::unique_ptr<StgUnit> unit = load(file);
+    std::unique_ptr<StgUnit> unit = loadStgQuietly(file);
     ASSERT_TRUE(unit && unit->holds<StgPrefix>());
     Outcome o = resolve(unit->get<StgPrefix>());
     ASSERT_FALSE(o.error);

@@ -8,6 +8,7 @@
 
 #include "model/loaders.h"
 #include "support/capture.h"
+#include "unit/verify/stg_replay.h"
 
 namespace nurex::test {
 
@@ -128,22 +129,13 @@ void expectFunction(const Stg& stg, const std::vector<CountedState>& states, con
 
 }  // namespace
 
-namespace {
-std::unique_ptr<StgUnit> loadQuietly(const std::string& path) {
-  std::unique_ptr<StgUnit> unit;
-  testing::internal::CaptureStdout();
-  captureStderr([&] { unit.reset(loadStgUnit(path)); });
-  testing::internal::GetCapturedStdout();
-  return unit;
-}
-}  // namespace
 
 std::unique_ptr<StgUnit> loadBenchmarkNet(const std::string& name) {
-  return loadQuietly(std::string(NUREX_BENCHMARKS) + "/nets/" + name + ".g");
+  return loadStgQuietly(std::string(NUREX_BENCHMARKS) + "/nets/" + name + ".g");
 }
 
 std::unique_ptr<StgUnit> loadTestNet(const std::string& name) {
-  return loadQuietly(std::string(NUREX_SOURCE_DIR) + "/tests/data/" + name + ".g");
+  return loadStgQuietly(std::string(NUREX_SOURCE_DIR) + "/tests/data/" + name + ".g");
 }
 
 std::vector<OracleCube> oracleCubes(const SumOfProducts& sop) {

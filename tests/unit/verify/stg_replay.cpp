@@ -69,12 +69,16 @@ OptionMap stateCodingOptions(int method, int solver, int minimise, int all) {
   return options;
 }
 
-std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
+std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path) {
   std::unique_ptr<StgUnit> unit;
   testing::internal::CaptureStdout();
-  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_SOURCE_DIR) + "/tests/data/verify/" + name + ".g")); });
+  captureStderr([&] { unit.reset(loadStgUnit(path)); });
   testing::internal::GetCapturedStdout();
   return unit;
+}
+
+std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
+  return loadStgQuietly(std::string(NUREX_SOURCE_DIR) + "/tests/data/verify/" + name + ".g");
 }
 
 std::vector<VerdictRow> stgVerdictRows() {

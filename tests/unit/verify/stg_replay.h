@@ -36,6 +36,8 @@ OptionMap stateCodingOptions(int method, int solver, int minimise = 0, int all =
 
 // tests/data/verify/<name>.g, unfolded on load (stderr swallowed); null on failure.
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name);
+// Any STG file, loaded with stdout and stderr swallowed; null on failure.
+std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path);
 
 struct VerdictRow {
   std::string name, kind, prefix;
