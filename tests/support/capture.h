@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/reporter.h"
 
@@ -15,6 +16,15 @@ std::string captureStderr(F&& body) {
   testing::internal::CaptureStderr();
   body();
   return testing::internal::GetCapturedStderr();
+}
+
+// The same with stdout swallowed: for runs whose printing is beside the point.
+template <class F>
+std::string quietly(F&& body) {
+  testing::internal::CaptureStdout();
+  std::string err = captureStderr(std::forward<F>(body));
+  testing::internal::GetCapturedStdout();
+  return err;
 }
 
 }  // namespace nurex::test

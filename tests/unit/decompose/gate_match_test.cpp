@@ -245,12 +245,10 @@ TEST(GateMatch, CoversOfDerivedEquations) {
     options["synthesis_type"] = type;
     options["solver"] = 0;
     std::unique_ptr<SearchModeBase> mode;
-    testing::internal::CaptureStdout();
-    captureStderr([&] {
+    quietly([&] {
       mode = makeEquationMode(prefix, options);
       EXPECT_TRUE(mode->run());
     });
-    testing::internal::GetCapturedStdout();
     return mode;
   };
   std::unique_ptr<SearchModeBase> standardC = derive(3), complexGate = derive(1);

@@ -38,8 +38,7 @@ Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200, int concurrent = 
   // Parallel insertions are made cheap so that the minimum takes them where it can.
   if (concurrent) options["coeff_conc_insertions"] = 0;
   Outcome outcome;
-  testing::internal::CaptureStdout();
-  captureStderr([&] {
+  quietly([&] {
     int32_t conc = options["coeff_conc_insertions"];
     evaluateCostCoefficients(prefix, options);
     if (concurrent) options["coeff_conc_insertions"] = conc;
@@ -69,7 +68,6 @@ Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200, int concurrent = 
     Judgement j = judgeTransformation(prefix, resolver.net());
     outcome.judged = j.decided ? j.failure : "";
   });
-  testing::internal::GetCapturedStdout();
   return outcome;
 }
 

@@ -69,9 +69,7 @@ TEST(EquationOracle, SupportsValidMinimalAndAll) {
 
 TEST(EquationOracle, RequirementsOfTheCElement) {
   std::unique_ptr<StgUnit> unit;
-  testing::internal::CaptureStdout();
-  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_SOURCE_DIR) + "/tests/data/synthesis/c_element.g")); });
-  testing::internal::GetCapturedStdout();
+  quietly([&] { unit.reset(loadStgUnit(std::string(NUREX_SOURCE_DIR) + "/tests/data/synthesis/c_element.g")); });
   ASSERT_NE(unit, nullptr);
   const Stg& stg = unit->get<StgPrefix>();
   CountedStates counted = countedStgStates(stg);

@@ -44,9 +44,7 @@ void checkFile(const VerdictRow& row, const std::string& file, bool allSettings)
                        std::to_string(solver) + (minimise ? " -f" : ""));
           OptionMap options = stateCodingOptions(method, solver, minimise);
           Outcome outcome;
-          testing::internal::CaptureStdout();
-          captureStderr([&] { outcome = runConflictMode(prefix, csc, options); });
-          testing::internal::GetCapturedStdout();
+          quietly([&] { outcome = runConflictMode(prefix, csc, options); });
           EXPECT_LT(raiseStatus(0), StatusError);
           EXPECT_EQ(outcome.found ? "yes" : "no", expected);
           if (minimise) {

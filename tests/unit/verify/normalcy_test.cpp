@@ -23,12 +23,10 @@ struct NormalcyRun {
 NormalcyRun runNormalcy(const StgPrefix& prefix, int method, int solver = 1, int minimise = 0) {
   OptionMap options = stateCodingOptions(method, solver, minimise);
   NormalcyRun r;
-  testing::internal::CaptureStdout();
-  r.err = captureStderr([&] {
+  r.err = quietly([&] {
     r.mode = std::make_unique<NormalcyMode>(prefix, options);
     r.mode->run();
   });
-  testing::internal::GetCapturedStdout();
   return r;
 }
 

@@ -23,8 +23,7 @@ struct Answer {
 Answer run(const StgPrefix& prefix, int mode, int method, int solver, bool minimise) {
   OptionMap options = stateCodingOptions(method, solver, minimise);
   Answer answer;
-  testing::internal::CaptureStdout();
-  captureStderr([&] {
+  quietly([&] {
     auto checker = mode == 4 ? makeUscMode(prefix, options) : mode == 5 ? makeCscMode(prefix, options)
                                                                         : makeNormalcyMode(prefix, options);
     checker->run();
@@ -37,7 +36,6 @@ Answer run(const StgPrefix& prefix, int mode, int method, int solver, bool minim
     else
       answer.bySat = static_cast<NormalcyMode&>(*checker).analysis.reason == ReasonNone;
   });
-  testing::internal::GetCapturedStdout();
   return answer;
 }
 

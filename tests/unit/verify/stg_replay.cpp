@@ -71,9 +71,7 @@ OptionMap stateCodingOptions(int method, int solver, int minimise, int all) {
 
 std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path) {
   std::unique_ptr<StgUnit> unit;
-  testing::internal::CaptureStdout();
-  captureStderr([&] { unit.reset(loadStgUnit(path)); });
-  testing::internal::GetCapturedStdout();
+  quietly([&] { unit.reset(loadStgUnit(path)); });
   return unit;
 }
 
