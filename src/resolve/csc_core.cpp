@@ -78,10 +78,10 @@ bool isCscConflict(const StgPrefix& prefix, const EventList& a, const EventList&
 namespace {
 
 // The fixed settings of both detectors: every solution up to 100, configurations kept.
-OptionMap detectorOptions(const OptionMap& options) {
+OptionMap detectorOptions(const OptionMap& options, uint32_t limit = 100) {
   OptionMap copy = options;
   copy["method"] = 1;  // one enumeration over one formula: its solves stay incremental
-  copy["all_solutions"] = 100;
+  copy["all_solutions"] = static_cast<int32_t>(limit);
   copy["store_cnf_formula"] = 0;
   copy["min_cost"] = 0;
   copy["output_configurations"] = 1;
@@ -120,6 +120,14 @@ std::vector<CscCore> collectCores(const StgPrefix& prefix, const OptionMap& opti
   }
   std::stable_partition(cores.begin(), cores.end(), [](const CscCore& c) { return c.csc; });
   return cores;
+}
+
+size_t countCscCores(const StgPrefix& prefix, const OptionMap& options, uint32_t limit) {
+  if (limit == 0) return 0;
+  ConflictMode detector(prefix, detectorOptions(options, limit), true, true);
+  detector.solve_all();
+  return std::count_if(detector.known_cores().begin(), detector.known_cores().end(),
+                       [&](const ConfigurationPair& pair) { return isUscConflict(prefix, pair.first, pair.second); });
 }
 
 }  // namespace nurex

@@ -40,6 +40,9 @@ bool isCscConflict(const StgPrefix& prefix, const EventList& a, const EventList&
 // conflict left, whatever USC conflicts remain.
 std::vector<CscCore> collectCores(const StgPrefix& prefix, const OptionMap& options);
 
+// The CSC cores of the prefix, counted up to `limit`.
+size_t countCscCores(const StgPrefix& prefix, const OptionMap& options, uint32_t limit);
+
 // Transition names of the events, comma separated.
 std::string eventListText(const EventList& events);
 

@@ -7,6 +7,7 @@
 
 #include "model/checks.h"
 #include "model/formats/writers.h"
+#include "resolve/lock_relation.h"
 #include "platform/reporter.h"
 #include "unfold/unfolder.h"
 
@@ -99,6 +100,23 @@ bool EncodingResolver::unfold() {
   return inferSignalValues(*prefix_);
 }
 
+std::vector<std::unique_ptr<ResolutionSolution>> EncodingResolver::usefulReductions() {
+  std::vector<std::unique_ptr<ResolutionSolution>> out;
+  for (PricedReduction& priced : validReductions(*prefix_, options_, cores_)) {
+    auto solution = std::make_unique<ResolutionSolution>(options_);
+    solution->reduction = priced.reduction;
+    solution->freezeTexts();
+    solution->delay = options_["coeff_delay"] ? priced.delay : 0;
+    solution->logic = options_["coeff_logic"] ? priced.logic : 0;
+    solution->unlock = options_["coeff_non_locked_signals"] ? priced.unlock : 0;
+    solution->cscCores = options_["coeff_CSC_cores"] ? priced.cscCores : 0;
+    solution->uscCores = options_["coeff_USC_cores"] ? priced.uscCores : 0;
+    out.push_back(std::move(solution));
+  }
+  std::stable_sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a->cost() < b->cost(); });
+  return out;
+}
+
 bool EncodingResolver::step(bool applyIt) {
   cores_ = collectCores(*prefix_, options_);
   if (raiseStatus(0) >= StatusError) return false;
@@ -107,22 +125,62 @@ bool EncodingResolver::step(bool applyIt) {
     for (const CscCore& core : cores_) printTo(stdout, "%s%s\n", core.text().c_str(), core.csc ? "" : " [usc]");
   coresLeft_ = !cores_.empty();
   if (cores_.empty()) return true;
+  bool allSolutions = options_["all_solutions"] != 0;
+  std::vector<std::unique_ptr<ResolutionSolution>> reductions;
+  uint64_t unlockBase = 0;
+  if (options_["use_concurrency_reduction"]) {
+    reductions = usefulReductions();
+    if (raiseStatus(0) >= StatusError) return false;
+    // A suggestion prefers a reduction to any insertion; the enumeration lists them first.
+    if (!applyIt && !reductions.empty()) {
+      for (auto& r : reductions) {
+        solutions_.push_back(std::move(r));
+        if (!allSolutions) return true;
+      }
+    }
+    if (options_["coeff_non_locked_signals"]) unlockBase = unlockNumber(*prefix_, "\nLocked signals of the STG:\n");
+  }
   last_ = std::make_unique<TransformationSearch>(*prefix_, options_, cores_);
+  last_->unlockBase = unlockBase;
   bool found;
-  if (options_["all_solutions"] != 0) found = last_->solve_all();
+  if (allSolutions) found = last_->solve_all();
   else if (applyIt) found = last_->solve_minimum();
   else found = last_->solve_first();
   if (raiseStatus(0) >= StatusError) return false;
-  if (!found) return true;
   if (!applyIt) {
     for (auto& s : last_->solutions) solutions_.push_back(std::move(s));
     return true;
   }
-  auto* solution = static_cast<ResolutionSolution*>(last_->solutions.front().get());
-  std::unique_ptr<Solution> kept = std::move(last_->solutions.front());
-  if (!apply(*solution, solution->signs)) return false;
-  solutions_.push_back(std::move(kept));
+  // The cheapest reduction stands unless an insertion is strictly cheaper.
+  if (!reductions.empty() && (!found || reductions[0]->cost() <= last_->solutions.front()->cost())) {
+    std::unique_ptr<ResolutionSolution> kept = std::move(reductions[0]);
+    if (!applyReduction(*kept->reduction)) return false;
+    solutions_.push_back(std::move(kept));
+  } else if (found) {
+    auto* solution = static_cast<ResolutionSolution*>(last_->solutions.front().get());
+    std::unique_ptr<Solution> kept = std::move(last_->solutions.front());
+    if (!apply(*solution, solution->signs)) return false;
+    solutions_.push_back(std::move(kept));
+  } else {
+    return true;
+  }
   if (verbosity >= 3 && writeFiles) writeStg("nurex" + std::to_string(insertedSignals_.size() + appliedReductions_));
+  return true;
+}
+
+bool EncodingResolver::applyReduction(const ConcurrencyReduction& reduction) {
+  addReductionPlace(*prefix_, reduction);
+  if (verbosity >= 1) printTo(stdout, "\n applied concurrency reduction %s", reductionText(reduction).c_str());
+  if (verbosity >= 2) printTo(stdout, "\n re-unfolding the STG");
+  if (!unfold()) return false;
+  ++appliedReductions_;
+  std::vector<const Place*> implicit = implicitPlaces(*prefix_);
+  if (!implicit.empty()) {
+    removePlaces(*prefix_, implicit);
+    if (!unfold()) return false;
+  }
+  // The cores named events of the prefix that is gone.
+  cores_.clear();
   return true;
 }
 
@@ -168,7 +226,7 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
   }
   sortArcs(net);
   insertedSignals_.push_back(signal);
-  if (verbosity >= 2) printTo(stdout, "\n inserted signal %s: %s", name.c_str(), solution.transformationText().c_str());
+  if (verbosity >= 1) printTo(stdout, "\n inserted signal %s: %s", name.c_str(), solution.transformationText().c_str());
   return unfold();
 }
 

@@ -28,6 +28,9 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   void cost_vector(BitVector& out, Polarity polarity) override;
 
   const std::vector<Insertion>& candidates() const { return candidates_; }
+  // Added to the lock measure of every solution: with reductions in play the measure is that
+  // of the whole modified STG, so that the two kinds compare.
+  uint64_t unlockBase = 0;
   // Signs of the chosen insertions of the last model: 0 "+", 1 "-".
   std::vector<uint32_t> signsInModel(const std::vector<size_t>& chosen) const;
 
@@ -90,6 +93,7 @@ class EncodingResolver : public SearchModeBase {
   const Stg& net() const { return *prefix_; }
   bool resolved() const { return !coresLeft_; }
   size_t insertedSignals() const { return insertedSignals_.size(); }
+  uint32_t appliedReductions() const { return appliedReductions_; }
   bool writeFiles = true;  // nurex.g and nurex.pnml at the end of -f
   // Each step resolves at least one core, but new ones can appear where x is excited, so the
   // loop has a bound of its own all the same.
@@ -100,6 +104,9 @@ class EncodingResolver : public SearchModeBase {
   bool step(bool apply);
   // Rewrites the net for the first solution and unfolds it again; false after an error.
   bool apply(const ResolutionSolution& solution, const std::vector<uint32_t>& signs);
+  bool applyReduction(const ConcurrencyReduction& reduction);
+  // The valid reductions that leave fewer CSC conflicts than there are, cheapest first.
+  std::vector<std::unique_ptr<ResolutionSolution>> usefulReductions();
   bool unfold();
   void writeStg(const std::string& base) const;
 

@@ -24,6 +24,17 @@ class EventSet {
       if (words_[i] & other.words_[i]) return true;
     return false;
   }
+  // Some member is not in `other`.
+  bool exceeds(const EventSet& other) const {
+    for (size_t i = 0; i < words_.size(); ++i)
+      if (words_[i] & ~other.words_[i]) return true;
+    return false;
+  }
+  template <class F>
+  void forEach(F&& f) const {
+    for (size_t i = 0; i < words_.size(); ++i)
+      for (uint64_t w = words_[i]; w; w &= w - 1) f(static_cast<uint32_t>(i * 64 + __builtin_ctzll(w)));
+  }
   bool empty() const {
     for (uint64_t w : words_)
       if (w) return false;

@@ -29,6 +29,7 @@ TransformationCost::TransformationCost(const OptionMap& options)
       coeffLock(options["coeff_non_locked_signals"]) {}
 
 uint64_t TransformationCost::sequential() const {
+  if (reduction) return reduction->sources.size();
   uint64_t n = 0;
   for (const Insertion& i : transformation) n += isSequential(i);
   return n;
@@ -54,10 +55,12 @@ std::string TransformationCost::costString() const { return baseString(); }
 
 void TransformationCost::freezeTexts() {
   texts_.clear();
+  if (reduction) texts_.push_back(reductionText(*reduction));
   for (const Insertion& i : transformation) texts_.push_back(insertionText(i));
 }
 
 std::string TransformationCost::transformationText() const {
+  if (reduction) return texts_.empty() ? reductionText(*reduction) : texts_[0];
   std::string text;
   for (size_t i = 0; i < transformation.size(); ++i) {
     if (i) text += ", ";
@@ -77,7 +80,12 @@ XmlNode* TransformationCost::toXml(XmlDocument& doc) const {
   XmlNode* solution = xmlElement(doc, "solution");
   xmlAttribute(doc, solution, "cost", std::to_string(cost()));
   xmlAttribute(doc, solution, "message", "STG transformation");
-  xmlAttribute(doc, solution, "type", "signal_insertion");
+  xmlAttribute(doc, solution, "type", reduction ? "concurrency_reduction" : "signal_insertion");
+  if (reduction) {
+    XmlNode* red = xmlElement(doc, "red");
+    red->append_node(xmlElement(doc, "text", transformationText()));
+    solution->append_node(red);
+  }
   for (size_t k = 0; k < transformation.size(); ++k) {
     XmlNode* ins = xmlElement(doc, "ins");
     ins->append_node(xmlElement(doc, "text", k < texts_.size() ? texts_[k] : insertionText(transformation[k])));

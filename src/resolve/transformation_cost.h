@@ -3,12 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "model/results.h"
 #include "platform/options.h"
 #include "resolve/insertion.h"
+#include "resolve/reduction.h"
 
 namespace nurex {
 
@@ -21,19 +23,20 @@ class TransformationCost : public Solution {
   uint64_t cost() const override;
   void print(FILE* stream, ResultForm form) const override;
   XmlNode* toXml(XmlDocument& document) const override;
-  bool isEmpty() const { return transformation.empty(); }
+  bool isEmpty() const { return transformation.empty() && !reduction; }
   virtual std::string costString() const;
   std::string transformationText() const;
 
   uint32_t coeffDelay, coeffLogic, coeffSeq, coeffConc, coeffLock;
   uint64_t delay = UnknownMeasure, logic = UnknownMeasure, unlock = UnknownMeasure;
   std::vector<Insertion> transformation;
+  std::optional<ConcurrencyReduction> reduction;  // instead of insertions
   // The texts as the net stood when the solution was found (applying it changes presets).
   void freezeTexts();
 
  protected:
   uint64_t sequential() const;
-  uint64_t parallel() const { return transformation.size() - sequential(); }
+  uint64_t parallel() const { return reduction ? 0 : transformation.size() - sequential(); }
   // The terms after the core counts, or all ones if one of them is unknown.
   uint64_t baseCost() const;
   std::vector<std::string> texts_;

@@ -490,7 +490,7 @@ void TransformationSearch::add_solution() {
   solution->delay = options["coeff_delay"] ? setsHit(delaySets_) : 0;
   solution->logic = options["coeff_logic"] ? setsHit(logicSets_) : 0;
   solution->unlock =
-      options["coeff_non_locked_signals"] && !lockedLiterals_.empty() ? unlockInModel(solution->lockedSignals) : 0;
+      options["coeff_non_locked_signals"] && !lockedLiterals_.empty() ? unlockInModel(solution->lockedSignals) + unlockBase : 0;
   if (all_solutions == 0) solutions.clear();
   solutions.push_back(std::move(solution));
 }

@@ -59,7 +59,7 @@ bool Unfolder::start() {
   PetriNet& net = state_.net;
   for (Place* p : net.places) {
     if (p->tokens > 1) {
-      reportError(netNotSafe(p->name, ""));
+      fail(netNotSafe(p->name, ""));
       return false;
     }
     if (p->tokens == 0) continue;
@@ -81,11 +81,11 @@ bool Unfolder::start() {
   for (uint32_t b = 0; b < state_.initialCount; ++b) initialCut.set(state_.conditionPlace[b], b);
   state_.initialCut = PinnedCut(std::move(initialCut));
   state_.postsetBegin.assign(1, state_.initialCount);
-  if (state_.initialCount == 0) reportWarning("the initial marking is empty");
+  if (state_.initialCount == 0) warn("the initial marking is empty");
   // A transition without preset can fire any number of times.
   for (Transition* t : net.transitions)
     if (t->preset.empty() && !t->postset.empty()) {
-      reportError(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
+      fail(netNotSafe(t->postset[0]->name, eventTrace({}, {t, t})));
       return false;
     }
   const CutMap& initial = state_.initialCut.map();
@@ -151,7 +151,7 @@ bool Unfolder::checkDummyCycle(const Candidate& candidate, const MarkingTable::R
   for (uint32_t f = record.first; f != NoIndex && !cycle; f = table_.nextEvent(f))
     if (walker_.contains(f)) cycle = onlyDummiesAbove(state_.events[f]);
   if (!cycle) return true;
-  reportError(dummyCycleText(eventTrace(state_, past, {candidate.transition})));
+  fail(dummyCycleText(eventTrace(state_, past, {candidate.transition})));
   return false;
 }
 
@@ -454,12 +454,20 @@ void Unfolder::keepMarking(MarkingTable::Record& record, const CutMap& cut, cons
   table_.keep(record, markingPlaces_);
 }
 
+void Unfolder::fail(const std::string& text) const {
+  if (!state_.options.quiet) reportError(text);
+}
+
+void Unfolder::warn(const std::string& text) const {
+  if (!state_.options.quiet) reportWarning(text);
+}
+
 bool Unfolder::reportWorkerError() {
   const ExtensionWorker* first = nullptr;
   for (const ExtensionWorker& w : workers_)
     if (w.hasError() && (!first || w.errorPosition() < first->errorPosition())) first = &w;
   if (!first) return false;
-  reportError(first->errorText());
+  fail(first->errorText());
   for (ExtensionWorker& w : workers_) w.clearError();
   return true;
 }
@@ -532,7 +540,7 @@ void Unfolder::finish() {
       anyNonCutOff = true;
       break;
     }
-  if (!anyNonCutOff) reportWarning("the prefix contains no non-cut-off events");
+  if (!anyNonCutOff) warn("the prefix contains no non-cut-off events");
 }
 
 // Cut-off events go with their postset conditions; the rest is renumbered.

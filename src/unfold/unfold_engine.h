@@ -34,6 +34,8 @@ class Unfolder {
   using Decision = CutOffDecision;
 
   bool start();
+  void fail(const std::string& text) const;
+  void warn(const std::string& text) const;
   bool fetchBatch();
   void sortBatch();
   bool decideCutOffs();

@@ -25,6 +25,9 @@ struct UnfoldOptions {
   // Whether cuts of events are kept to merge those of later candidates: -1 once the run
   // shows that it pays, 0 never, 1 from the start (same prefix either way).
   int32_t keep_cuts = -1;
+  // Nothing is printed and the status is left alone: a caller probing a net it made itself
+  // (is it safe?) only wants the answer.
+  int32_t quiet = 0;
 };
 
 // The values with which a modified STG is unfolded again: all cores, order 3, a relation

@@ -282,7 +282,7 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
   std::string failure = compareTraces(a, b, newSignals, options, complete);
   if (!complete) return {false, "state limit reached in the trace comparison"};
   if (failure.empty()) failure = delayedInput(b, newSignals);
-  if (failure.empty()) failure = cscConflict(b, options.stateLimit, complete);
+  if (failure.empty() && options.cscFree) failure = cscConflict(b, options.stateLimit, complete);
   return {complete, complete ? failure : "state limit reached in the counted states"};
 }
 

@@ -15,6 +15,7 @@ namespace nurex::test {
 
 struct JudgeOptions {
   bool reductionsAllowed = false;  // the output may show fewer traces, though no fewer inputs
+  bool cscFree = true;             // the output must have no CSC conflict (off: judge one step alone)
   uint32_t stateLimit = 200000;    // per state space and for the pairs of the trace comparison
 };
 

@@ -101,7 +101,7 @@ TEST(TransformationJudge, DeclaredInitialValuesAndStateLimit) {
             std::string::npos);
   output->signals[output->internalsBegin]->initialValue = 0;
   EXPECT_EQ(judgeTransformation(*input, *output).failure, "");
-  Judgement limited = judgeTransformation(*input, *output, {false, 5});
+  Judgement limited = judgeTransformation(*input, *output, {false, true, 5});
   EXPECT_FALSE(limited.decided);
   // Started before a-, every signal first falls, so each must start at 1.
   auto lateInput = parse(HandshakeIo, Handshake, "<b-,a->");
