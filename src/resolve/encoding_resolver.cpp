@@ -132,15 +132,23 @@ bool EncodingResolver::step(bool applyIt) {
     reductions = usefulReductions();
     if (raiseStatus(0) >= StatusError) return false;
     // A suggestion prefers a reduction to any insertion; the enumeration lists them first.
+    int32_t wanted = options_["all_solutions"];
     if (!applyIt && !reductions.empty()) {
       for (auto& r : reductions) {
+        if (allSolutions && wanted > 0 && static_cast<int32_t>(solutions_.size()) >= wanted) return true;
         solutions_.push_back(std::move(r));
         if (!allSolutions) return true;
       }
     }
     if (options_["coeff_non_locked_signals"]) unlockBase = unlockNumber(*prefix_, "\nLocked signals of the STG:\n");
   }
-  last_ = std::make_unique<TransformationSearch>(*prefix_, options_, cores_);
+  // The enumeration lists no more than asked for in all.
+  OptionMap searchOptions = options_;
+  if (allSolutions && searchOptions["all_solutions"] > 0) {
+    searchOptions["all_solutions"] -= static_cast<int32_t>(solutions_.size());
+    if (searchOptions["all_solutions"] <= 0) return true;
+  }
+  last_ = std::make_unique<TransformationSearch>(*prefix_, searchOptions, cores_);
   last_->unlockBase = unlockBase;
   bool found;
   if (allSolutions) found = last_->solve_all();

@@ -5,6 +5,7 @@
 #include "resolve/reduction.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 
 #include "model/checks.h"
@@ -27,6 +28,7 @@ namespace {
 constexpr size_t SourceSetsPerTarget = 16;
 constexpr size_t MaxSources = 2;
 constexpr size_t ReductionsTried = 24;
+constexpr size_t CoreLimit = 100;  // conflicts found per detection
 
 std::string freePlaceName(const Stg& stg, const std::string& name) {
   auto taken = [&](const std::string& n) {
@@ -156,38 +158,66 @@ std::vector<ConcurrencyReduction> proposals(const StgPrefix& prefix, const Event
   return out;
 }
 
-// Whether the reduction can change the conflict at all: one side becomes unreachable (an
-// event of t there would lack the token) or t, enabled there, loses its excitation. If
-// neither, both states stay as they are, and so does the conflict.
-bool touchesCore(const StgPrefix& prefix, const EventOrder& order, const ConcurrencyReduction& r,
-                 const CscCore& core) {
-  auto counts = [&](const Transition* x) {
-    return x == r.target || std::find(r.sources.begin(), r.sources.end(), x) != r.sources.end();
+// One side of a core as the reduction sees it: its events, and the transitions enabled in
+// the state it reaches.
+struct CoreSide {
+  const EventList* events;
+  EventSet in;
+  std::vector<bool> enabled;  // by transition
+};
+
+std::vector<std::array<CoreSide, 2>> coreSides(const StgPrefix& prefix, const std::vector<CscCore>& cores) {
+  std::vector<std::array<CoreSide, 2>> out;
+  for (const CscCore& core : cores) {
+    std::array<CoreSide, 2> sides;
+    for (int k = 0; k < 2; ++k) {
+      CoreSide& side = sides[k];
+      side.events = k ? &core.second : &core.first;
+      side.in = eventSetOf(prefix.events.size(), *side.events);
+      std::vector<bool> marked(prefix.places.size(), false);
+      for (const Condition* c : prefix.conditions)
+        if ((!c->producer || side.in.contains(c->producer->index)) &&
+            std::none_of(c->postset.begin(), c->postset.end(), [&](const Event* h) { return side.in.contains(h->index); }))
+          marked[c->place->index] = true;
+      for (const Transition* t : prefix.transitions)
+        side.enabled.push_back(std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return marked[p->index]; }));
+    }
+    out.push_back(std::move(sides));
+  }
+  return out;
+}
+
+// What the reduction does to a conflict: a side becomes unreachable (an event of t there
+// would lack the token even with every source event that need not follow it), or t, enabled
+// at a side, waits there, so that the local signals excited at the two sides may agree.
+bool resolvesCore(const StgPrefix& prefix, const EventOrder& order, const ConcurrencyReduction& r,
+                  const std::array<CoreSide, 2>& sides) {
+  auto isSource = [&](const Transition* x) {
+    return std::find(r.sources.begin(), r.sources.end(), x) != r.sources.end();
   };
-  for (const EventList* side : {&core.first, &core.second}) {
-    EventSet in = eventSetOf(prefix.events.size(), *side);
+  std::vector<bool> excited[2];
+  for (int k = 0; k < 2; ++k) {
+    const CoreSide& side = sides[k];
     int64_t tokens = r.marked;
-    for (const Event* e : *side)
-      if (counts(e->transition)) tokens += e->transition == r.target ? -1 : 1;
-    for (const Event* e : *side) {
+    for (const Event* e : *side.events) tokens += isSource(e->transition) ? 1 : e->transition == r.target ? -1 : 0;
+    for (const Event* e : *side.events) {
       if (e->transition != r.target) continue;
-      // Before e at best: every source event of the side that need not follow e.
       int64_t before = r.marked;
-      for (const Event* f : *side)
-        if (f != e && counts(f->transition) && !order.future(e).contains(f->index))
-          before += f->transition == r.target ? (order.past(e).contains(f->index) ? -1 : 0) : 1;
+      for (const Event* f : *side.events) {
+        if (f == e || order.future(e).contains(f->index)) continue;
+        if (isSource(f->transition)) ++before;
+        if (f->transition == r.target) --before;
+      }
       if (before < 1) return true;
     }
-    bool enabled = std::all_of(r.target->preset.begin(), r.target->preset.end(), [&](const Place* p) {
-      for (const Condition* c : prefix.conditions)
-        if (c->place == p && (!c->producer || in.contains(c->producer->index)) &&
-            std::none_of(c->postset.begin(), c->postset.end(), [&](const Event* h) { return in.contains(h->index); }))
-          return true;
-      return false;
-    });
-    if (enabled && tokens < 1) return true;
+    excited[k].assign(prefix.signals.size(), false);
+    for (const Transition* t : prefix.transitions)
+      if (side.enabled[t->index] && t->signal && !(t == r.target && tokens < 1)) excited[k][t->signal->index] = true;
   }
-  return false;
+  for (const Signal* s : prefix.signals)
+    if ((s->kind == SignalOutput || s->kind == SignalInternal) && excited[0][s->index] != excited[1][s->index])
+      return false;
+  return true;
 }
 
 // A reachable state of the reduced STG in which nothing can fire but t would have fired
@@ -320,18 +350,19 @@ std::vector<PricedReduction> validReductions(const StgPrefix& prefix, const Opti
   std::sort(proposed.begin(), proposed.end(), reductionLess);
   if (verbosity >= 8)
     for (const ConcurrencyReduction& r : proposed) printTo(stdout, "\nProposed reduction: %s", reductionText(r).c_str());
-  // Each proposal costs an unfolding and a conflict search: those that touch the most
-  // conflicts are tried first, and only so many of them.
+  // Each proposal costs an unfolding and a conflict search: those that resolve the most of
+  // the present conflicts are tried first, and only so many of them.
+  std::vector<std::array<CoreSide, 2>> sides = coreSides(prefix, cores);
   std::vector<std::pair<size_t, const ConcurrencyReduction*>> ranked;
   for (const ConcurrencyReduction& r : proposed) {
-    size_t touched = std::count_if(cores.begin(), cores.end(),
-                                   [&](const CscCore& core) { return core.csc && touchesCore(prefix, order, r, core); });
-    if (touched) ranked.push_back({touched, &r});
+    size_t resolved = 0;
+    for (size_t k = 0; k < cores.size(); ++k) resolved += cores[k].csc && resolvesCore(prefix, order, r, sides[k]);
+    if (resolved) ranked.push_back({resolved, &r});
   }
   std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
   if (ranked.size() > ReductionsTried) ranked.resize(ReductionsTried);
   std::vector<PricedReduction> valid;
-  for (auto [touched, proposal] : ranked) {
+  for (auto [resolved, proposal] : ranked) {
     const ConcurrencyReduction& r = *proposal;
     StgPrefix reduced;
     const Place* added = nullptr;
@@ -340,10 +371,12 @@ std::vector<PricedReduction> validReductions(const StgPrefix& prefix, const Opti
     PricedReduction priced{r};
     priced.delay = delayIncrease(prefix, order, r, eventsOf);
     priced.logic = newTriggers(r);
-    // Only a reduction that leaves fewer CSC conflicts is worth its price; most do not, and
-    // the first count stops there.
-    if (countCscCores(reduced, options, static_cast<uint32_t>(conflicts)) >= conflicts) continue;
-    for (const CscCore& core : collectCores(reduced, options)) ++(core.csc ? priced.cscCores : priced.uscCores);
+    // The reduced STG may have conflicts of its own; with all of them known (fewer than the
+    // detection's limit) there must be fewer than now.
+    if (conflicts < CoreLimit && countCscCores(reduced, options, static_cast<uint32_t>(conflicts)) >= conflicts) continue;
+    // Priced as insertions are: the present conflicts left.
+    priced.cscCores = conflicts - resolved;
+    for (size_t k = 0; k < cores.size(); ++k) priced.uscCores += !cores[k].csc && !resolvesCore(prefix, order, r, sides[k]);
     if (options["coeff_non_locked_signals"])
       priced.unlock = unlockNumber(reduced, "\nLock relation after concurrency reduction " + reductionText(r) + ":\n");
     valid.push_back(std::move(priced));

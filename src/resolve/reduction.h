@@ -31,11 +31,11 @@ Place* addReductionPlace(Stg& net, const ConcurrencyReduction& reduction);
 struct PricedReduction {
   ConcurrencyReduction reduction;
   uint64_t delay = 0, logic = 0, unlock = 0;
-  uint64_t cscCores = 0, uscCores = 0;  // the conflicts of the reduced STG
+  uint64_t cscCores = 0, uscCores = 0;  // the present conflicts it leaves
 };
 
-// The reductions that keep the STG safe, add no deadlock and leave fewer CSC conflicts than
-// the cores given, sorted, each measured on the reduced STG.
+// The reductions that keep the STG safe, add no deadlock and resolve some of the CSC cores
+// given (without adding as many), sorted, each measured on the reduced STG.
 std::vector<PricedReduction> validReductions(const StgPrefix& prefix, const OptionMap& options,
                                             const std::vector<CscCore>& cores);
 
