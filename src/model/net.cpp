@@ -73,4 +73,13 @@ void copyStg(const Stg& from, Stg& to) {
   to.dummiesBegin = from.dummiesBegin;
 }
 
+std::string unusedPlaceName(const PetriNet& net, const std::string& name) {
+  auto taken = [&](const std::string& n) {
+    return std::any_of(net.places.begin(), net.places.end(), [&](const Place* p) { return p->name == n; });
+  };
+  std::string result = name;
+  for (uint32_t k = 1; taken(result); ++k) result = name + "_" + std::to_string(k);
+  return result;
+}
+
 }  // namespace nurex

@@ -83,6 +83,9 @@ void sortSignals(Stg& stg);
 // Name order used by the sorts: shorter first, then byte order.
 bool nameLess(const std::string& a, const std::string& b);
 
+// `name`, or `name` with "_1", "_2", ... behind it, whichever no place has yet.
+std::string unusedPlaceName(const PetriNet& net, const std::string& name);
+
 // A deep copy of the net alone (no prefix), nodes and signals in the same order.
 void copyStg(const Stg& from, Stg& to);
 

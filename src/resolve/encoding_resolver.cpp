@@ -25,19 +25,10 @@ bool nameTaken(const Stg& stg, const std::string& name) {
   return false;
 }
 
-std::string freePlaceName(const Stg& stg, const std::string& name) {
-  auto taken = [&](const std::string& n) {
-    return std::any_of(stg.places.begin(), stg.places.end(), [&](const Place* p) { return p->name == n; });
-  };
-  std::string result = name;
-  for (uint32_t k = 1; taken(result); ++k) result = name + "_" + std::to_string(k);
-  return result;
-}
-
 // A new place "<from,to>" between the two transitions.
 Place* link(Stg& stg, Transition* from, Transition* to) {
   Place* p = stg.places.add(new Place);
-  p->name = freePlaceName(stg, "<" + from->name + "," + to->name + ">");
+  p->name = unusedPlaceName(stg, "<" + from->name + "," + to->name + ">");
   addTransitionArc(from, p);
   addPlaceArc(p, to);
   return p;

@@ -30,15 +30,6 @@ constexpr size_t MaxSources = 2;
 constexpr size_t ReductionsTried = 24;
 constexpr size_t CoreLimit = 100;  // conflicts found per detection
 
-std::string freePlaceName(const Stg& stg, const std::string& name) {
-  auto taken = [&](const std::string& n) {
-    return std::any_of(stg.places.begin(), stg.places.end(), [&](const Place* p) { return p->name == n; });
-  };
-  std::string result = name;
-  for (uint32_t k = 1; taken(result); ++k) result = name + "_" + std::to_string(k);
-  return result;
-}
-
 // Per event, the parity of each transition's events in its local configuration.
 class ParityTable {
  public:
@@ -326,7 +317,7 @@ Place* addReductionPlace(Stg& net, const ConcurrencyReduction& r) {
   auto* t = const_cast<Transition*>(sameIn(net, r.target));
   std::string from = r.sources.size() == 1 ? r.sources[0]->name : "CR";
   Place* p = net.places.add(new Place);
-  p->name = freePlaceName(net, "<" + from + "," + t->name + ">");
+  p->name = unusedPlaceName(net, "<" + from + "," + t->name + ">");
   p->tokens = r.marked ? 1 : 0;
   for (const Transition* u : r.sources) addTransitionArc(const_cast<Transition*>(sameIn(net, u)), p);
   addPlaceArc(p, t);
