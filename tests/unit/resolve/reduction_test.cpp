@@ -27,9 +27,10 @@ std::unique_ptr<StgPrefix> randomPrefix(uint64_t seed) {
 std::unique_ptr<StgPrefix> benchmarkPrefix(const std::string& name) {
   std::unique_ptr<StgUnit> unit = loadStgQuietly(std::string(NUREX_SOURCE_DIR) + "/benchmarks/nets/" + name);
   if (!unit || !unit->holds<StgPrefix>()) return nullptr;
-  auto prefix = std::make_unique<StgPrefix>();
-  copyStg(unit->get<StgPrefix>(), *prefix);
-  captureStderr([&] { prefix = unfoldStg(std::unique_ptr<Stg>(prefix.release())); });
+  auto stg = std::make_unique<Stg>();
+  copyStg(unit->get<StgPrefix>(), *stg);
+  std::unique_ptr<StgPrefix> prefix;
+  captureStderr([&] { prefix = unfoldStg(std::move(stg)); });
   return prefix;
 }
 
