@@ -57,6 +57,9 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   void signConstraints(int group);
   void cutOffConstraints(int group);
   void coreConstraints(int group);
+  // The counters of the conflicts that the new signal leaves: the cores themselves, and the
+  // pairs of adjacent cores whose union it may bring back.
+  void countUnresolved(int group);
   // The insertion sets behind the delay and logic measures: each set hit by a chosen
   // insertion adds one.
   void measureSets();
@@ -71,7 +74,10 @@ class TransformationSearch : public SearchMode<StgPrefix> {
   std::vector<Placed> placed_;
   std::vector<std::vector<size_t>> placedOf_;  // per candidate, into placed_
   SumsTree sums_;
-  std::vector<Literal> unresolvedCsc_, unresolvedUsc_;
+  // Per core: x's excitation tells the two sides apart; x's value does and it is excited at
+  // neither side.
+  std::vector<Literal> instanceSeparation_, paritySeparation_;
+  BitVector cscCounter_, uscCounter_;
   std::vector<Literal> lockedLiterals_;  // per signal: locked with x
   std::vector<WeightedLiterals> lockWeights_;
   std::vector<std::vector<size_t>> delaySets_, logicSets_;

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "platform/reporter.h"
+#include "resolve/core_adjacency.h"
 #include "resolve/encoding_resolver.h"
 #include "sat/bit_vector_encoder.h"
 #include "verify/signal_encoding.h"
@@ -236,24 +237,64 @@ void TransformationSearch::coreConstraints(int group) {
     auto any = [&](const std::vector<Literal>& literals) {
       return literals.empty() ? LiteralFalse : formula.make_gate(GateOr, literals, group, 0);
     };
+    Literal excited = core.csc ? any(either) : any(atFirst);
+    Literal separated = parity;
+    if (separated != LiteralFalse && excited != LiteralFalse)
+      separated = formula.make_gate(GateAnd, {negate(excited), parity}, group, 0);
+    // x separates a core by its value, never by its excitation: that would be a new CSC
+    // conflict on x. A USC-only core keeps x's excitation alike on both sides (below), so its
+    // parity alone separates it, and x cannot turn it into a CSC conflict.
+    instanceSeparation_.push_back(core.csc ? separated : parity);
+    paritySeparation_.push_back(LiteralFalse);
     if (core.csc) {
-      Literal separated = parity;
-      if (separated != LiteralFalse && !either.empty())
-        separated = formula.make_gate(GateAnd, {negate(any(either)), parity}, group, 0);
       if (separated == LiteralFalse) {
         reportWarning("structurally irreducible CSC conflict: " + core.text());
         formula.add_empty_clause(group);
       }
       progress.push_back(separated);
-      unresolvedCsc_.push_back(negate(separated));
     } else {
-      Literal first = any(atFirst), second = any(atSecond);
-      formula.add_clause({negate(first), second}, group);
-      formula.add_clause({first, negate(second)}, group);
-      unresolvedUsc_.push_back(negate(parity));
+      Literal second = any(atSecond);
+      formula.add_clause({negate(excited), second}, group);
+      formula.add_clause({excited, negate(second)}, group);
     }
   }
   formula.add_clause(progress, group);
+  if (options["coeff_CSC_cores"] || options["coeff_USC_cores"]) countUnresolved(group);
+}
+
+// A core counts while x leaves it in conflict. Two adjacent cores that x separates both
+// leave their union in conflict, the two parities cancelling there: the pair counts once.
+void TransformationSearch::countUnresolved(int group) {
+  CoreAdjacencyGraph graph = buildAdjacencyGraph(unit, cores_);
+  std::vector<Literal> csc, usc;
+  std::vector<Literal> separated(cores_.size(), LiteralUninit);
+  auto either = [&](uint32_t c) {
+    if (separated[c] == LiteralUninit)
+      separated[c] = formula.make_gate(GateOr, {instanceSeparation_[c], paritySeparation_[c]}, group, 0);
+    return separated[c];
+  };
+  for (uint32_t c = 0; c < cores_.size(); ++c) {
+    if (cores_[c].csc) {
+      csc.push_back(negate(instanceSeparation_[c]));
+      continue;
+    }
+    csc.push_back(paritySeparation_[c]);
+    usc.push_back(negate(either(c)));
+  }
+  for (uint32_t a = 0; a < cores_.size(); ++a)
+    for (uint32_t b : graph.vertices[a].out) {
+      Literal both = formula.make_gate(GateAnd, {either(a), either(b)}, group, 0);
+      if (!graph.isUscArc(a, b)) {
+        csc.push_back(both);
+        continue;
+      }
+      Literal parity = formula.make_gate(GateOr, {paritySeparation_[a], paritySeparation_[b]}, group, 0);
+      csc.push_back(formula.make_gate(GateAnd, {parity, both}, group, 0));
+      usc.push_back(formula.make_gate(GateAnd, {instanceSeparation_[a], instanceSeparation_[b]}, group, 0));
+    }
+  BitVectorEncoder encoder(formula, group);
+  cscCounter_ = encoder.count(csc);
+  uscCounter_ = encoder.count(usc);
 }
 
 void TransformationSearch::build_instance(int group) {
@@ -439,8 +480,8 @@ void TransformationSearch::cost_vector(BitVector& out, Polarity) {
   auto add = [&](const char* coefficient, auto&& bits) {
     if (uint32_t c = options[coefficient]) terms.push_back({c, bits()});
   };
-  add("coeff_CSC_cores", [&] { return encoder.count(unresolvedCsc_); });
-  add("coeff_USC_cores", [&] { return encoder.count(unresolvedUsc_); });
+  add("coeff_CSC_cores", [&] { return cscCounter_; });
+  add("coeff_USC_cores", [&] { return uscCounter_; });
   add("coeff_delay", [&] { return counterOf(delaySets_); });
   add("coeff_logic", [&] { return counterOf(logicSets_); });
   std::vector<Literal> sequential, parallel;
@@ -473,13 +514,9 @@ void TransformationSearch::add_solution() {
   for (size_t i : chosen) solution->transformation.push_back(candidates_[i]);
   solution->freezeTexts();
   solution->signs = signsInModel(chosen);
-  auto countTrue = [&](const std::vector<Literal>& literals) {
-    uint64_t n = 0;
-    for (Literal l : literals) n += l == LiteralTrue || (!is_constant(l) && formula.is_true(l));
-    return n;
-  };
-  solution->cscCores = options["coeff_CSC_cores"] ? countTrue(unresolvedCsc_) : 0;
-  solution->uscCores = options["coeff_USC_cores"] ? countTrue(unresolvedUsc_) : 0;
+  BitVectorEncoder encoder(formula);
+  solution->cscCores = options["coeff_CSC_cores"] ? encoder.value_in_model(cscCounter_) : 0;
+  solution->uscCores = options["coeff_USC_cores"] ? encoder.value_in_model(uscCounter_) : 0;
   std::vector<bool> isChosen(candidates_.size(), false);
   for (size_t i : chosen) isChosen[i] = true;
   auto setsHit = [&](const std::vector<std::vector<size_t>>& sets) {

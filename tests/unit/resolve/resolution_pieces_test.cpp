@@ -1,6 +1,6 @@
 // The pieces of -R where a wrong answer would hide behind a plausible result: parity sums
-// against a direct exclusive-or, the candidate filters and texts, core texts, and the names
-// of new signals and transitions.
+// against a direct exclusive-or, the candidate filters and texts, the adjacency of cores,
+// and the names of new signals and transitions.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -9,6 +9,7 @@
 #include "model/formats/g_reader.h"
 #include "model/formats/writers.h"
 #include "reach/coefficients.h"
+#include "resolve/core_adjacency.h"
 #include "resolve/encoding_resolver.h"
 #include "resolve/sums_tree.h"
 #include "support/capture.h"
@@ -137,6 +138,45 @@ TEST(InsertionTexts, EveryAlternative) {
   EXPECT_EQ(insertionText(InsertionConcurrent{u, false, t}), "u -||-> t");
   EXPECT_EQ(insertionText(InsertionConcurrent{u, true, t}), "u -||*-> t");
   EXPECT_EQ(insertionText(InsertionGeneral{{t, u}, {true, false}, {u}}), "{t*,u}-$->{u}");
+}
+
+// A ring x+ x- y+ y- a+ a- with inputs x and y: the states after 0, 2, 4 and 6 events share
+// code 000, only 4 excites a local signal, and 6 has the initial marking. The nested core
+// (2,4) laid on the second side of (0,2) gives (0,4), a CSC conflict; (4,6) laid on (2,4)
+// gives (2,6), equal in excitation: a USC arc. (4,6) cannot go on (0,2), its y events
+// missing; (2,6) on (0,2) gives (0,6), no conflict at all.
+TEST(AdjacencyGraph, ArcsOfARing) {
+  auto prefix = unfoldText(".inputs x y\n.outputs a\n.graph\nx+ x-\nx- y+\ny+ y-\ny- a+\na+ a-\na- x+\n"
+                           ".marking {<a-,x+>}\n.end\n");
+  ASSERT_NE(prefix, nullptr);
+  auto run = [&](size_t k) {
+    EventList events;
+    for (const char* name : {"x+", "x-", "y+", "y-", "a+", "a-"})
+      for (const Event* e : prefix->events)
+        if (e->transition->name == name && events.size() < k) events.push_back(e);
+    return events;
+  };
+  // The last core repeats the second, its arguments swapped: both take part alike.
+  std::vector<CscCore> cores = {CscCore(run(0), run(2)), CscCore(run(2), run(4)), CscCore(run(4), run(6)),
+                                CscCore(run(0), run(4)), CscCore(run(2), run(6)), CscCore(run(4), run(2))};
+  unsigned saved = verbosity;
+  verbosity = 4;
+  testing::internal::CaptureStdout();
+  CoreAdjacencyGraph graph = buildAdjacencyGraph(*prefix, cores);
+  std::string out = testing::internal::GetCapturedStdout();
+  verbosity = saved;
+  using Lists = std::vector<std::vector<uint32_t>>;
+  Lists in, outs;
+  for (const auto& v : graph.vertices) {
+    in.push_back(v.in);
+    outs.push_back(v.out);
+  }
+  EXPECT_EQ(outs, (Lists{{1, 5}, {2}, {}, {}, {}, {2}}));
+  EXPECT_EQ(in, (Lists{{}, {0}, {1, 5}, {}, {}, {0}}));
+  EXPECT_EQ(graph.uscArcs, (std::vector<std::pair<uint32_t, uint32_t>>{{1, 2}, {5, 2}}));
+  EXPECT_NE(out.find("\nAdjacency graph statistics: |V|=6 |E|=4 |USC arcs|=2"), std::string::npos) << out;
+  EXPECT_NE(out.find("\n{y+,y-} -> [usc]{a+,a-}"), std::string::npos) << out;
+  EXPECT_NE(out.find("\n{x+,x-} -> {y+,y-} {y+,y-}"), std::string::npos) << out;
 }
 
 // The new signal takes the first free name, its transitions the net's "/number" rule.
