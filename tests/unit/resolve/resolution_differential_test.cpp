@@ -125,7 +125,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
   deep.maxDepth = 4;
   deep.maxSignals = 8;
   int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {}, parallel = 0, lockedPairs = 0, misjudged = 0;
-  uint64_t seeds = sizedForBuild(200);
+  uint64_t seeds = sizedForBuild(140);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + (variant ? " without inputs" : ""));
