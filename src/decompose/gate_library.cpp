@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "decompose/internal_gate_library.h"
+#include "platform/system.h"
 #include "platform/reporter.h"
 
 namespace nurex {
@@ -60,12 +61,19 @@ std::vector<const GenlibGate*> gatesOfFunction(const GenlibLibrary& library, std
 std::unique_ptr<GateLibrary> loadGateLibrary(const std::string& fileName) {
   auto library = std::make_unique<GateLibrary>();
   if (fileName.empty()) {
-    std::string error;
-    library->genlib.name = std::string(InternalGateLibraryName);
-    if (!parseGenlib(InternalGateLibraryText, library->genlib, error)) {
-      reportError("incorrect syntax of " + library->genlib.name + " (" + error + ")");
-      return nullptr;
-    }
+    // The built-in text goes through a file like any library, so that it meets the same reader.
+    FILE* file = createTempFile();
+    if (!file) return nullptr;
+    bool written = std::fwrite(InternalGateLibraryText.data(), 1, InternalGateLibraryText.size(), file) ==
+                       InternalGateLibraryText.size() &&
+                   std::fflush(file) == 0;
+    std::rewind(file);
+    std::unique_ptr<GenlibLibrary> read;
+    if (!written) reportError(cannotWriteFile());
+    else read = readGenlibStream(file, std::string(InternalGateLibraryName));
+    discardLastTempFile(file);
+    if (!read) return nullptr;
+    library->genlib = std::move(*read);
   } else {
     std::unique_ptr<GenlibLibrary> read = readGenlibFile(fileName);
     if (!read) return nullptr;

@@ -254,12 +254,17 @@ std::unique_ptr<GenlibLibrary> readGenlibFile(const std::string& fileName) {
     reportError(cannotOpenForInput(fileName));
     return nullptr;
   }
+  std::unique_ptr<GenlibLibrary> library = readGenlibStream(file, fileName);
+  std::fclose(file);
+  return library;
+}
+
+std::unique_ptr<GenlibLibrary> readGenlibStream(FILE* file, const std::string& fileName) {
   std::string text;
   char chunk[1 << 16];
   size_t got;
   while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, got);
   bool failed = std::ferror(file);
-  std::fclose(file);
   auto library = std::make_unique<GenlibLibrary>();
   library->name = fileName;
   std::string error = "read error";

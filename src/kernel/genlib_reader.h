@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -54,6 +55,8 @@ bool parseGenlib(std::string_view text, GenlibLibrary& out, std::string& error);
 // Reads the file; errors go through the Reporter: "cannot open ... for input", or
 // "incorrect syntax of NAME (line N: what)". Null after an error.
 std::unique_ptr<GenlibLibrary> readGenlibFile(const std::string& fileName);
+// The same from an open file, read from where it stands, named `fileName` in messages.
+std::unique_ptr<GenlibLibrary> readGenlibStream(FILE* file, const std::string& fileName);
 
 // The value of the gate's function for the given input values (by position in `inputs`).
 bool evaluateGenlib(const GenlibExpr& expr, const std::vector<std::string>& inputs, const std::vector<bool>& values);

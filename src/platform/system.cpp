@@ -55,6 +55,14 @@ FILE* createTempFile() {
   return file;
 }
 
+void discardLastTempFile(FILE* file) {
+  std::fclose(file);
+  if (temporaryFiles.empty()) return;
+  if (std::remove(temporaryFiles.back().c_str()) != 0)
+    reportWarning("failed to delete a temporary file " + temporaryFiles.back() + ": " + deletionFailureReason(errno));
+  temporaryFiles.pop_back();
+}
+
 void deleteTempFiles() {
   for (const std::string& name : temporaryFiles)
     if (std::remove(name.c_str()) != 0)

@@ -10,6 +10,8 @@ namespace nurex {
 FILE* createTempFile();
 // Removes every listed temporary file in list order, warning on failures.
 void deleteTempFiles();
+// Closes the temporary file created last and removes it at once, warning on a failure.
+void discardLastTempFile(FILE* file);
 
 // Both names lead to one existing file (links included).
 bool sameFile(const std::string& a, const std::string& b);
