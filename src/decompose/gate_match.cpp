@@ -251,12 +251,73 @@ GateMatch matchGate(const BddCover& cover, const std::vector<const GenlibGate*>&
 }
 
 bool setLibrary(const std::string& fileName, bool useLatches, int32_t maxInputs, std::unique_ptr<GateLibrary>& library,
-                std::vector<LibraryGate>& gates) {
+                std::vector<LibraryGate>& gates, std::vector<TwoInputCover>* covers) {
   if (verbosity >= 3) printTo(stdout, "\nSetting the gate library to %s", fileName.empty() ? "DEFAULT" : fileName.c_str());
   library = loadGateLibrary(fileName);
   if (!library) return false;
   gates = classifyGates(*library, useLatches, maxInputs);
+  if (covers) *covers = twoInputCovers(gates, library->inverterArea, useLatches);
   return raiseStatus(0) < StatusError;
+}
+
+namespace {
+
+// "1- -0": the sum of the cubes, one character per variable.
+bdd cubesToBdd(const std::string& text) {
+  bdd sum = bddfalse, cube = bddtrue;
+  uint32_t variable = 0;
+  for (char c : text + " ") {
+    if (c == ' ') {
+      sum |= cube;
+      cube = bddtrue;
+      variable = 0;
+      continue;
+    }
+    if (c != '-') cube &= c == '1' ? bdd_ithvar(static_cast<int>(variable)) : bdd_nithvar(static_cast<int>(variable));
+    ++variable;
+  }
+  return sum;
+}
+
+}  // namespace
+
+std::vector<TwoInputCover> twoInputCovers(const std::vector<LibraryGate>& gates, double inverterArea, bool useLatches) {
+  ensureBddVariables(2);
+  std::vector<const GenlibGate*> candidates;
+  for (const LibraryGate& g : gates) candidates.push_back(g.gate);
+  std::vector<TwoInputCover> out;
+  auto add = [&](const std::string& text, BddCover cover) {
+    cover.support = {0, 1};
+    GateMatch match = matchGate(cover, candidates, inverterArea);
+    out.push_back({text, std::move(cover), std::move(match)});
+  };
+  static const char* const minterms[] = {"11", "00", "10", "01"};
+  static const char* const sums[] = {"1- -1", "-0 0-", "1- -0", "0- -1", "10 01", "11 00"};
+  for (const char* text : minterms) {
+    BddCover cover;
+    cover.on = cubesToBdd(text);
+    cover.off = !cover.on;
+    add(text, cover);
+  }
+  for (const char* text : sums) {
+    BddCover cover;
+    cover.on = cubesToBdd(text);
+    cover.off = !cover.on;
+    add(text, cover);
+  }
+  if (!useLatches) return out;
+  for (const char* set : minterms)
+    for (const char* reset : minterms) {
+      if (set == reset) continue;
+      BddCover cover;
+      cover.sequential = true;
+      cover.er_plus = cubesToBdd(set);
+      cover.qr_minus = !cover.er_plus;
+      cover.er_minus = cubesToBdd(reset);
+      cover.qr_plus = !cover.er_minus;
+      add(std::string(set) + "/" + reset, cover);
+    }
+  return out;
 }
 
 BddCover gateCover(const GenlibGate& gate) {

@@ -48,9 +48,24 @@ struct LibraryGate {
 // matched as ..." at verbosity 1; then the buffer and the inverter come back if they went.
 std::vector<LibraryGate> classifyGates(const GateLibrary& library, bool useLatches, int32_t maxInputs);
 
+// A function of two sub-functions, v0 and v1, that may be one gate: the fast path of the
+// decomposition from a sum of two parts to a gate. In cube notation, one character per
+// variable: "11" (v0*v1), "1- -1" (v0+v1), "10 01" (v0 xor v1); "11/00" is a set/reset
+// pair (set where v0*v1, reset where !v0*!v1, hold elsewhere: a C-element).
+struct TwoInputCover {
+  std::string text;
+  BddCover cover;
+  GateMatch match;  // the cheapest gate, or none
+};
+
+// Every and and or of two literals, the exclusive or and its complement; with latches also
+// every set/reset pair of two different minterms. Matched against the classified gates.
+std::vector<TwoInputCover> twoInputCovers(const std::vector<LibraryGate>& gates, double inverterArea, bool useLatches);
+
 // Loads the library named (empty: the built-in one, "DEFAULT" in the message at verbosity 3)
-// and classifies its gates; false after the load's errors.
+// and classifies its gates, and, if asked, makes the two-input covers; false after the load's
+// errors.
 bool setLibrary(const std::string& fileName, bool useLatches, int32_t maxInputs, std::unique_ptr<GateLibrary>& library,
-                std::vector<LibraryGate>& gates);
+                std::vector<LibraryGate>& gates, std::vector<TwoInputCover>* covers = nullptr);
 
 }  // namespace nurex

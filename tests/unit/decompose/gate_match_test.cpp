@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <limits>
@@ -196,6 +197,41 @@ TEST(GateMatch, ConstantsLiteralsAndTooManyInputs) {
   wide.on = bdd_ithvar(0) & bdd_ithvar(1) & bdd_ithvar(2) & bdd_ithvar(3) & bdd_ithvar(4);
   wide.off = !wide.on;
   EXPECT_EQ(matchGate(wide, gates, 16).text(), "UNSUCCESSFUL MATCH");
+}
+
+// The two-input table of the decomposition: each combinational entry is priced as the
+// cheapest wiring of any kept gate; set/reset pairs exist only with latches, and the
+// C-element's pair is the C-element latch.
+TEST(GateMatch, TwoInputCoversAreTheCheapestGates) {
+  for (bool latches : {false, true}) {
+    std::unique_ptr<GateLibrary> library;
+    std::vector<LibraryGate> kept;
+    std::vector<TwoInputCover> covers;
+    captureStderr([&] { EXPECT_TRUE(setLibrary("", latches, 2147483647, library, kept, &covers)); });
+    ASSERT_TRUE(library);
+    std::vector<const GenlibGate*> gates;
+    for (const LibraryGate& g : kept) gates.push_back(g.gate);
+    EXPECT_EQ(covers.size(), latches ? 22u : 10u);
+    int matched = 0;
+    for (const TwoInputCover& c : covers) {
+      SCOPED_TRACE(c.text);
+      if (c.cover.sequential) {
+        if (c.text == "11/00") EXPECT_EQ(c.match.gate ? c.match.gate->name : "", "c_element0:asynch");
+        continue;
+      }
+      RandomCover r{{0, 1}, {}, false};
+      for (uint32_t m = 0; m < 4; ++m)
+        r.region.push_back((c.cover.on & cubeToBdd({{0, (m & 1) != 0}, {1, (m & 2) != 0}})) != bddfalse);
+      double best = bruteForce(gates, r, library->inverterArea);
+      if (std::isinf(best)) {
+        EXPECT_EQ(c.match.gate, nullptr);
+      } else {
+        EXPECT_DOUBLE_EQ(c.match.area, best);
+        ++matched;
+      }
+    }
+    EXPECT_GE(matched, 8);  // every and and or of two literals
+  }
 }
 
 // The built-in library loses the gates that another one does as cheaply: or2_1 (A+!B) is
