@@ -61,7 +61,7 @@ TEST(ConcurrencyReduction, EveryValidReductionIsSafeAndAddsNoDeadlock) {
   int judged = 0;
   OptionMap options;
   options["mode"] = 10;
-  for (uint64_t seed = 1; seed <= sizedForBuild(60); ++seed) {
+  for (uint64_t seed = 1; seed <= sizedForBuild(40); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::unique_ptr<StgPrefix> prefix = randomPrefix(seed);
     ASSERT_NE(prefix, nullptr);

@@ -168,7 +168,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
 // With -r the output may drop traces, never inputs; every result must still pass the judge.
 TEST(ResolutionDifferential, RandomStgsWithReductions) {
   int withConflicts = 0, resolved = 0, reductions = 0, signals = 0;
-  uint64_t seeds = sizedForBuild(45);
+  uint64_t seeds = sizedForBuild(30);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + (variant ? " without inputs" : ""));
