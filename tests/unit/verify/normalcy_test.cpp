@@ -1,8 +1,7 @@
 // Normalcy checking: triggers through dummies, the structural reasons without SAT, the
-// missing-hypothesis error, the SAT reasons with their traces, and the benchmark verdicts.
+// missing-hypothesis error, and the SAT reasons with their traces.
 #include <gtest/gtest.h>
 
-#include "model/loaders.h"
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/prefix_builder.h"
@@ -160,28 +159,6 @@ TEST(Normalcy, CscConflictWithAndWithoutMinimumCost) {
     expectDominated(prefix, s->traces[1], s->traces[0]);
   }
 }
-
-void checkNormalcyVerdicts(bool prefixFiles) {
-  for (const VerdictRow& row : stgVerdictRows()) {
-    if (row.normal == "-") continue;  // asked of CSC-free STGs only
-    StgUnit* unit = nullptr;
-    std::string file = prefixFiles ? "/prefixes/" + row.prefix : "/nets/" + row.name + ".g";
-    captureStderr([&] { unit = loadStgUnit(std::string(NUREX_BENCHMARKS) + file); });
-    ASSERT_NE(unit, nullptr) << row.name;
-    for (int method : {1, 2})
-      for (int solver : {0, 1}) {
-        if (!prefixFiles && solver == 0) continue;
-        SCOPED_TRACE(row.name + " -m" + std::to_string(method) + " -$" + std::to_string(solver));
-        NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), method, solver);
-        EXPECT_LT(raiseStatus(0), StatusError) << r.err;
-        EXPECT_EQ(r.solution() == nullptr, row.normal == "yes");
-      }
-    delete unit;
-  }
-}
-
-TEST(NormalcyBenchmarks, VerdictsOnPrefixFiles) { checkNormalcyVerdicts(true); }
-TEST(NormalcyBenchmarks, VerdictsOnUnfoldedNets) { checkNormalcyVerdicts(false); }
 
 }  // namespace
 }  // namespace nurex::test

@@ -31,12 +31,6 @@ bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::strin
   return true;
 }
 
-std::vector<bool> transitionsWithEvents(const StgPrefix& prefix) {
-  std::vector<bool> occurs(prefix.transitions.size(), false);
-  for (const Event* e : prefix.events) occurs[e->transition->index] = true;
-  return occurs;
-}
-
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state) {
   std::vector<uint8_t> marking(state.tokens.begin(), state.tokens.end());
   return excitedSignals(net, marking, &occurring);

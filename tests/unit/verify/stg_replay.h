@@ -23,7 +23,12 @@ struct NetState {
 bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why);
 // Transitions that have an event in the prefix: legacy files give arcs only to those,
 // and a transition without an event is never enabled at a reachable marking.
-std::vector<bool> transitionsWithEvents(const StgPrefix& prefix);
+template <class Unit>
+std::vector<bool> transitionsWithEvents(const Unit& unit) {
+  std::vector<bool> occurs(unit.transitions.size(), false);
+  for (const auto* e : unit.events) occurs[e->transition->index] = true;
+  return occurs;
+}
 // Per signal: some transition of it (among `occurring`) is enabled at the marking, or after
 // some sequence of dummy transitions.
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state);
