@@ -1,5 +1,5 @@
 // Test support: replays traces of STG modes in the original net (not in the prefix) and
-// reads the verdict table of the benchmarks.
+// runs and loads STGs quietly.
 #pragma once
 
 #include <cstdint>
@@ -43,12 +43,5 @@ OptionMap stateCodingOptions(int method, int solver, int minimise = 0, int all =
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name);
 // Any STG file, loaded with stdout and stderr swallowed; null on failure.
 std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path);
-
-struct VerdictRow {
-  std::string name, kind, prefix;
-  std::string usc, csc, normal, dummyRulesAgree;  // "yes", "no" or "-"
-  int uscCost = -1, cscCost = -1;                   // -1 where the table has "-"
-};
-std::vector<VerdictRow> stgVerdictRows();
 
 }  // namespace nurex::test
