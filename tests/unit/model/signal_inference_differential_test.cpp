@@ -13,6 +13,7 @@
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
 #include "support/capture.h"
+#include "support/net_text.h"
 #include "support/prefix_builder.h"
 #include "support/random_net.h"
 #include "unfold/unfolder.h"
@@ -198,33 +199,16 @@ TEST(SignalInferenceDifferential, RandomPrefixes) {
   }
 }
 
-// The Muller pipeline of bench/stg_family.sh.
-std::string pipelineText(int stages) {
-  auto c = [](int i) { return std::string("c").append(std::to_string(i)); };
-  std::string text = ".model pipeline\n.inputs c0 ";
-  text.append(c(stages + 1)).append("\n.outputs");
-  for (int i = 1; i <= stages; ++i) text.append(" ").append(c(i));
-  text.append("\n.graph\n");
-  std::string marking;
-  for (int i = 1; i <= stages + 1; ++i) {
-    std::string p = c(i - 1), q = c(i);
-    text.append(p).append("+ ").append(q).append("+\n").append(q).append("+ ").append(p).append("-\n");
-    text.append(p).append("- ").append(q).append("-\n").append(q).append("- ").append(p).append("+\n");
-    marking.append(" <").append(q).append("-,").append(p).append("+>");
-  }
-  return text.append(".marking {").append(marking).append(" }\n.end\n");
-}
-
 // Long chains of each signal, reached from far apart: the ancestor jumps of the chains and
 // the shortcuts over whole subtrees of the maps are what decide here.
 TEST(SignalInferenceDifferential, MullerPipeline) {
-  auto prefix = unfoldOnly(parseStgText(pipelineText(23), "pipeline"));
+  auto prefix = unfoldOnly(parseStgText(mullerPipelineText(23), "pipeline"));
   ASSERT_TRUE(prefix);
   ASSERT_GT(prefix->events.size(), 200u);
   int answered = 0, declined = 0;
   checkCounts(*prefix, answered, declined);
   EXPECT_EQ(answered, 1);
-  auto walked = unfoldOnly(parseStgText(pipelineText(23), "pipeline"));
+  auto walked = unfoldOnly(parseStgText(mullerPipelineText(23), "pipeline"));
   Outcome a = infer(*prefix, false), b = infer(*walked, true);
   EXPECT_TRUE(a.ok);
   EXPECT_TRUE(a == b);

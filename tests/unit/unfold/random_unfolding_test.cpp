@@ -11,6 +11,7 @@
 #include "model/formats/g_reader.h"
 #include "support/sanitizer.h"
 #include "support/capture.h"
+#include "support/net_text.h"
 #include "support/random_net.h"
 #include "support/state_space.h"
 #include "unit/unfold/unfold_test_support.h"
@@ -152,18 +153,7 @@ TEST(UnfoldRandom, LargeCutsGiveACompletePrefix) {
 // where merging pays; wide compositions of state machines add conflicts.
 TEST(UnfoldRandom, KeptCutsGiveTheSamePrefix) {
   WorkerPool::EagerSharing eager;  // the threads take part even on small nets
-  auto pipeline = [](int stages) {
-    std::string text = ".inputs c0 c" + std::to_string(stages + 1) + "\n.outputs";
-    for (int i = 1; i <= stages; ++i) text += " c" + std::to_string(i);
-    text += "\n.graph\n";
-    std::string marking;
-    for (int i = 1; i <= stages + 1; ++i) {
-      std::string p = "c" + std::to_string(i - 1), q = "c" + std::to_string(i);
-      text += p + "+ " + q + "+\n" + q + "+ " + p + "-\n" + p + "- " + q + "-\n" + q + "- " + p + "+\n";
-      marking += " <" + q + "-," + p + "+>";
-    }
-    return parseStgText(text + ".marking {" + marking + " }\n.end\n", "pipeline.g", nullptr);
-  };
+  auto pipeline = [](int stages) { return parseStgText(mullerPipelineText(stages), "pipeline.g", nullptr); };
   // Long chains of small components with local choices: cuts past the array limit, joins
   // of up to three producers, and prefixes of a few thousand events.
   RandomNetOptions wide;
