@@ -1,5 +1,6 @@
-// Normalcy checking: triggers through dummies, the structural reasons without SAT, the
-// missing-hypothesis error, and the SAT reasons with their traces.
+// Normalcy checking: triggers through dummies, mixed triggers without SAT under both methods,
+// and the SAT reasons with their traces (contradictory hypotheses and the missing-hypothesis
+// error are e2e cases in state_coding.cases).
 #include <gtest/gtest.h>
 
 #include "stg_replay.h"
@@ -69,29 +70,6 @@ TEST(Normalcy, MixedTriggersWithoutSat) {
     EXPECT_EQ(s->hypothesis, '?');
     EXPECT_EQ(r.mode->formula.engine().num_variables(), 0u);
   }
-}
-
-TEST(Normalcy, ContradictoryHypothesesWithoutSat) {
-  auto unit = loadTestStg("contradictory");
-  NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), 2, 0, 1);
-  const NormalcySolution* s = r.solution();
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(s->reason, ReasonContradictoryHypotheses);
-  ASSERT_EQ(s->traces.size(), 2u);
-  EXPECT_EQ(names(s->traces[0]), "a+, x+/1\n");  // the positive hypothesis first
-  EXPECT_EQ(names(s->triggers[0]), "a+\n");
-  EXPECT_EQ(names(s->traces[1]), "b+, b-, x+/2\n");
-  EXPECT_EQ(names(s->triggers[1]), "b-\n");
-  EXPECT_EQ(r.mode->formula.engine().num_variables(), 0u);
-}
-
-TEST(Normalcy, SignalWithoutTriggersIsAnError) {
-  auto unit = loadTestStg("no_trigger");
-  NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), 2);
-  EXPECT_EQ(r.err, "\nError: cannot make a hyphothesis about the normalcy type of x\n");
-  EXPECT_EQ(raiseStatus(0), StatusError);
-  EXPECT_EQ(r.solution(), nullptr);
-  EXPECT_EQ(r.mode->formula.engine().num_variables(), 0u);
 }
 
 TEST(Normalcy, NormalNets) {
