@@ -67,6 +67,25 @@ struct Quiet {
   int saved_err, saved_out;
 };
 
+uint64_t loaded = 0;
+
+// A reader rejects through the Reporter (no unit, status 2) or loads with a lower status.
+void checkStatus(bool read) {
+  if (read != (raiseStatus(0) < StatusError)) __builtin_trap();
+  resetStatus();
+  loaded += read;
+}
+
+// A loaded unit is walked throughout, so that a dangling node shows under the sanitizers.
+template <class Unit>
+void checkRead(const Unit* unit) {
+  checkStatus(unit != nullptr);
+  if (!unit) return;
+  volatile size_t names = computeStatistics(unit->conditions, unit->events).events;
+  for (const auto* e : unit->events) names = names + e->transition->name.size();
+  for (const auto* c : unit->conditions) names = names + c->place->name.size();
+}
+
 // Every net read is also written and read back, and must come back the same: the writer
 // prints what -R and -T hand to the user.
 int gText(const uint8_t* data, size_t size) {
@@ -75,6 +94,7 @@ int gText(const uint8_t* data, size_t size) {
   bool hasSignals = false;
   std::unique_ptr<Stg> first = readStgText(file, &hasSignals);
   std::remove(file.c_str());
+  checkStatus(first != nullptr);
   if (!first) return 0;
   std::ostringstream text;
   if (!writeStgText(*first, text)) return 0;
@@ -95,9 +115,8 @@ int gText(const uint8_t* data, size_t size) {
 int mci(const uint8_t* data, size_t size) {
   Quiet quiet;
   std::string file = asFile(data, size, ".mci");
-  readPrefixMci(file);
-  resetStatus();
-  readStgPrefixMci(file);
+  checkRead(readPrefixMci(file).get());
+  checkRead(readStgPrefixMci(file).get());
   std::remove(file.c_str());
   return 0;
 }
@@ -105,9 +124,8 @@ int mci(const uint8_t* data, size_t size) {
 int mp(const uint8_t* data, size_t size) {
   Quiet quiet;
   std::string file = asFile(data, size, ".mp");
-  readMergedProcessMp(file);
-  resetStatus();
-  readStgMergedProcessMp(file);
+  checkRead(readMergedProcessMp(file).get());
+  checkRead(readStgMergedProcessMp(file).get());
   std::remove(file.c_str());
   return 0;
 }
@@ -115,11 +133,16 @@ int mp(const uint8_t* data, size_t size) {
 int pnmlAs(const uint8_t* data, size_t size, const char* extension) {
   Quiet quiet;
   std::string file = asFile(data, size, extension);
-  LoadedUnit loaded;
-  readPnmlUnit(file,
-               {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
-                "merged_process:STG"},
-               loaded);
+  LoadedUnit unit;
+  bool read = readPnmlUnit(file,
+                           {"branching_process:low_level_net", "branching_process:STG", "merged_process:low_level_net",
+                            "merged_process:STG"},
+                           unit);
+  if (unit.stgPrefix) checkRead(unit.stgPrefix.get());
+  else if (unit.petriNetMergedProcess) checkRead(unit.petriNetMergedProcess.get());
+  else if (unit.petriNetPrefix) checkRead(unit.petriNetPrefix.get());
+  else if (unit.stgMergedProcess) checkRead(unit.stgMergedProcess.get());
+  else checkStatus(read);
   std::remove(file.c_str());
   return 0;
 }
@@ -190,6 +213,8 @@ const std::vector<FuzzTarget>& fuzzTargets() {
   };
   return targets;
 }
+
+uint64_t loadedUnits() { return loaded; }
 
 const FuzzTarget* findFuzzTarget(const std::string& name) {
   for (const FuzzTarget& t : fuzzTargets())

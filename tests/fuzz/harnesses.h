@@ -17,6 +17,9 @@ struct FuzzTarget {
 };
 
 const std::vector<FuzzTarget>& fuzzTargets();
+// How many units the reader targets have loaded so far (to tell that mutated inputs reach
+// both outcomes).
+uint64_t loadedUnits();
 const FuzzTarget* findFuzzTarget(const std::string& name);
 
 }  // namespace nurex::fuzz

@@ -50,4 +50,20 @@ inline std::string canonicalSignals(const Stg& stg) {
   return text;
 }
 
+// The .g text of a Muller pipeline of `stages` C-elements between two environment inputs
+// (as bench/stg_family.sh makes it): long chains of each signal and cuts that grow with it.
+inline std::string mullerPipelineText(int stages) {
+  auto c = [](int i) { return "c" + std::to_string(i); };
+  std::string text = ".model pipeline\n.inputs c0 " + c(stages + 1) + "\n.outputs";
+  for (int i = 1; i <= stages; ++i) text += " " + c(i);
+  text += "\n.graph\n";
+  std::string marking;
+  for (int i = 1; i <= stages + 1; ++i) {
+    std::string p = c(i - 1), q = c(i);
+    text += p + "+ " + q + "+\n" + q + "+ " + p + "-\n" + p + "- " + q + "-\n" + q + "- " + p + "+\n";
+    marking += " <" + q + "-," + p + "+>";
+  }
+  return text + ".marking {" + marking + " }\n.end\n";
+}
+
 }  // namespace nurex::test

@@ -31,4 +31,14 @@ std::vector<VerdictCells> readBenchmarkVerdicts() {
   return rows;
 }
 
+std::vector<VerdictCells> readBenchmarkVerdicts(const std::string& kind) {
+  std::vector<VerdictCells> rows = readBenchmarkVerdicts();
+  std::erase_if(rows, [&](VerdictCells& row) { return row["kind"] != kind; });
+  return rows;
+}
+
+std::string statisticsLine(VerdictCells& row) {
+  return "\n |B|=" + row["B"] + " |E|=" + row["E"] + " |C|=" + row["C"] + " |BE|=" + row["BE"] + " |EB|=" + row["EB"];
+}
+
 }  // namespace nurex::test

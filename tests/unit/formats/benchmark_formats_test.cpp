@@ -18,16 +18,10 @@ namespace {
 namespace fs = std::filesystem;
 const std::string Benchmarks = NUREX_BENCHMARKS;
 
-struct VerdictRow {
-  std::string kind;
-  std::string statistics;  // the line as formatStatistics prints it
-};
-
-std::map<std::string, VerdictRow> readVerdicts() {
-  std::map<std::string, VerdictRow> rows;
-  for (VerdictCells& v : readBenchmarkVerdicts())
-    rows[v["prefix"]] = {v["kind"], "\n |B|=" + v["B"] + " |E|=" + v["E"] + " |C|=" + v["C"] + " |BE|=" + v["BE"] +
-                                        " |EB|=" + v["EB"]};
+// The rows by prefix file.
+std::map<std::string, VerdictCells> readVerdicts() {
+  std::map<std::string, VerdictCells> rows;
+  for (VerdictCells& v : readBenchmarkVerdicts()) rows[v["prefix"]] = v;
   return rows;
 }
 
@@ -62,9 +56,9 @@ TEST(BenchmarkFormats, EveryPrefixGivesTheRecordedStatistics) {
     auto row = verdicts.find(file);
     ASSERT_NE(row, verdicts.end()) << file << " has no row in verdicts.tsv";
     std::string statistics;
-    diagnosticsOf([&] { statistics = statisticsOf(entry.path().string(), row->second.kind == "stg"); });
+    diagnosticsOf([&] { statistics = statisticsOf(entry.path().string(), row->second["kind"] == "stg"); });
     EXPECT_LT(raiseStatus(0), StatusError) << file;
-    EXPECT_EQ(statistics, row->second.statistics) << file;
+    EXPECT_EQ(statistics, statisticsLine(row->second)) << file;
     ++checked;
   }
   EXPECT_EQ(checked, verdicts.size());

@@ -8,6 +8,7 @@
 
 #include "kernel_test_support.h"
 #include "platform/reporter.h"
+#include "unit/synthesis/equation_oracle.h"
 
 namespace nurex {
 namespace {
@@ -17,50 +18,17 @@ using namespace kernel_test;
 constexpr MinimiserLimits HeuristicOnly{1, 1, 1};
 constexpr MinimiserLimits TinyBranchBudget{20000, 20000, 1};
 
-// The table of the cube given in base 3 (0 absent, 1 positive, 2 negative) over n variables.
-uint64_t cubeTable(uint32_t code, uint32_t n, uint32_t& literals) {
-  uint64_t table = 0;
-  literals = 0;
-  for (uint32_t c = code, j = 0; j < n; ++j, c /= 3) literals += c % 3 != 0;
-  for (uint64_t m = 0; m < (uint64_t{1} << n); ++m) {
-    bool inside = true;
-    for (uint32_t c = code, j = 0; j < n && inside; ++j, c /= 3)
-      inside = c % 3 == 0 || (c % 3 == 1) == ((m >> j & 1) != 0);
-    if (inside) table |= uint64_t{1} << m;
-  }
-  return table;
-}
-
-// The fewest literals of any sum of products F with on <= F <= !off: every cube clear of off
-// is a candidate, and a dynamic programme over the sets of ON minterms left to cover takes,
-// for the first one left, each candidate that covers it.
+// The fewest literals of any sum of products F with on <= F <= !off, by the exhaustive
+// minimiser of the synthesis tests (minterm m is the code with the bits of m).
 uint32_t exhaustiveOptimum(uint64_t on, uint64_t off, uint32_t n) {
-  std::vector<uint32_t> points;
-  for (uint32_t m = 0; m < (1u << n); ++m)
-    if (on >> m & 1) points.push_back(m);
-  struct Candidate {
-    uint32_t covers, literals;
-  };
-  std::vector<std::vector<Candidate>> coveringPoint(points.size());
-  uint32_t codes = 1;
-  for (uint32_t j = 0; j < n; ++j) codes *= 3;
-  for (uint32_t code = 0; code < codes; ++code) {
-    uint32_t literals;
-    uint64_t table = cubeTable(code, n, literals);
-    if (table & off) continue;
-    uint32_t covers = 0;
-    for (size_t i = 0; i < points.size(); ++i)
-      if (table >> points[i] & 1) covers |= 1u << i;
-    for (size_t i = 0; i < points.size(); ++i)
-      if (covers >> i & 1) coveringPoint[i].push_back({covers, literals});
+  test::Requirement r;
+  for (uint32_t m = 0; m < (1u << n); ++m) {
+    if (on >> m & 1) r.on.push_back(m);
+    if (off >> m & 1) r.off.push_back(m);
   }
-  std::vector<uint32_t> best(size_t{1} << points.size(), 0);
-  for (uint32_t left = 1; left < best.size(); ++left) {
-    best[left] = UINT32_MAX;
-    for (const Candidate& c : coveringPoint[std::countr_zero(left)])
-      best[left] = std::min(best[left], c.literals + best[left & ~c.covers]);
-  }
-  return best.back();
+  std::optional<uint64_t> optimum = test::minimumLiterals(r, (test::Code{1} << n) - 1);
+  EXPECT_TRUE(optimum);
+  return static_cast<uint32_t>(optimum.value_or(0));
 }
 
 BddCover coverOf(const bdd& on, const bdd& off, const std::vector<uint32_t>& support) {

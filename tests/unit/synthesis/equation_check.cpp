@@ -188,6 +188,7 @@ void expectEquationsAgree(const Stg& stg, const std::vector<CountedState>& state
     total += impls[i]->cost();
   }
   EXPECT_EQ(run.mode->total_cost(), total);
+  expectNetlist(stg, run, type);
   if (testing::Test::HasFailure()) ++tally.failures;
 }
 
@@ -212,6 +213,9 @@ void expectConflictFailure(const Stg& stg, const std::vector<CountedState>& stat
   size_t stop = 0;
   while (wanted[stop].signal != conflict.first || wanted[stop].role != conflict.second) ++stop;
   ASSERT_LE(impls.size(), stop);
+  if (impls.empty()) {
+    EXPECT_EQ(netlistOf(*run.mode), "\nFailed to synthesise the specification\n");
+  }
   EquationTally ignored;
   for (size_t i = 0; i < impls.size(); ++i) expectFunction(stg, states, wanted[i], *impls[i], type, ignored);
 }

@@ -52,4 +52,9 @@ std::optional<std::pair<const Signal*, Role>> firstConflict(const Stg& stg, cons
 void expectConflictFailure(const Stg& stg, const std::vector<CountedState>& states, const SynthesisRun& run, int type,
                            std::pair<const Signal*, Role> conflict);
 
+// The unmapped Verilog netlist of a successful run, line by line against its equations
+// (expectEquationsAgree checks it too), and the netlist text of a mode.
+void expectNetlist(const Stg& stg, const SynthesisRun& run, int type);
+std::string netlistOf(const EquationMode& mode);
+
 }  // namespace nurex::test

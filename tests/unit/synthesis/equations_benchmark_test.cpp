@@ -6,6 +6,7 @@
 
 #include "equation_check.h"
 #include "support/capture.h"
+#include "support/verdicts.h"
 #include "unit/verify/stg_replay.h"
 
 namespace nurex::test {
@@ -17,10 +18,10 @@ constexpr uint32_t StateLimit = 1500;
 TEST(EquationBenchmarks, CscFreeNetsAgreeWithTheirStates) {
   EquationTally tally;
   int nets = 0, skipped = 0;
-  for (const VerdictRow& row : stgVerdictRows()) {
-    if (row.csc != "no") continue;
-    SCOPED_TRACE(row.name);
-    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row.name);
+  for (VerdictCells& row : readBenchmarkVerdicts("stg")) {
+    if (row["csc"] != "no") continue;
+    SCOPED_TRACE(row["name"]);
+    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row["name"]);
     ASSERT_NE(unit, nullptr);
     const StgPrefix& prefix = unit->get<StgPrefix>();
     CountedStates counted = countedStgStates(prefix, StateLimit);
@@ -66,10 +67,10 @@ TEST(EquationBenchmarks, HandMadeStgs) {
 
 TEST(EquationBenchmarks, CscConflictStopsAtTheFirstSignal) {
   int nets = 0;
-  for (const VerdictRow& row : stgVerdictRows()) {
-    if (row.csc != "yes") continue;
-    SCOPED_TRACE(row.name);
-    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row.name);
+  for (VerdictCells& row : readBenchmarkVerdicts("stg")) {
+    if (row["csc"] != "yes") continue;
+    SCOPED_TRACE(row["name"]);
+    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row["name"]);
     ASSERT_NE(unit, nullptr);
     const StgPrefix& prefix = unit->get<StgPrefix>();
     CountedStates counted = countedStgStates(prefix, StateLimit);

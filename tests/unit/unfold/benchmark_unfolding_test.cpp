@@ -17,33 +17,6 @@
 namespace nurex::test {
 namespace {
 
-struct VerdictRow {
-  std::string name;
-  std::string prefix;  // the reference prefix file
-  uint64_t states = 0;
-  PrefixStatistics statistics;
-};
-
-std::vector<VerdictRow> readVerdicts() {
-  std::vector<VerdictRow> rows;
-  for (VerdictCells& v : readBenchmarkVerdicts()) {
-    VerdictRow row;
-    row.name = v["name"];
-    row.prefix = v["prefix"];
-    row.states = std::stoull(v["states"]);
-    PrefixStatistics& s = row.statistics;
-    s.conditions = std::stoull(v["B"]);
-    s.events = std::stoull(v["E"]);
-    s.cutOffs = std::stoull(v["C"]);
-    s.conditionEventArcs = std::stoull(v["BE"]);
-    s.eventConditionArcs = std::stoull(v["EB"]);
-    rows.push_back(row);
-  }
-  return rows;
-}
-
-std::string statisticsText(const PrefixStatistics& s) { return formatStatistics(s); }
-
 // Signal events cut off against the local configuration of a dummy event. Such a
 // configuration ends with the dummy pending, so this unfolder never takes it as the
 // correspondent of a signal event; the reference unfolder may, and then its prefix is smaller.
@@ -56,17 +29,17 @@ int signalCutOffsBehindDummies(const P& prefix) {
   return count;
 }
 
-bool referenceCutsBehindDummies(const VerdictRow& row) {
+bool referenceCutsBehindDummies(VerdictCells& row) {
   std::unique_ptr<StgUnit> unit;
-  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row.prefix)); });
+  captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row["prefix"])); });
   return unit && unit->holds<StgPrefix>() && signalCutOffsBehindDummies(unit->get<StgPrefix>()) > 0;
 }
 
 template <class Net>
-void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBehindDummies) {
+void checkNet(VerdictCells& row, std::unique_ptr<Net> net, bool referenceBehindDummies) {
   StateSpace space = exploreStateSpace(*net);
   ASSERT_TRUE(space.complete && space.safe);
-  EXPECT_EQ(space.size(), row.states) << "explicit-state count of " << row.name;
+  EXPECT_EQ(space.size(), std::stoull(row["states"])) << "explicit-state count of " << row["name"];
 
   std::string reference;
   for (Search search : {Search::Closure, Search::Relation, Search::Plain}) {
@@ -74,7 +47,7 @@ void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBeh
       if (search == Search::Plain && threads == 2) continue;
       // The net is moved into each prefix, so the file is read again.
       bool hasSignals = false;
-      auto copy = readStgText(std::string(NUREX_BENCHMARKS) + "/nets/" + row.name + ".g", &hasSignals);
+      auto copy = readStgText(std::string(NUREX_BENCHMARKS) + "/nets/" + row["name"] + ".g", &hasSignals);
       std::unique_ptr<Net> fresh;
       if constexpr (Net::isStg) fresh = std::move(copy);
       else fresh = withoutSignals(std::move(copy));
@@ -85,13 +58,13 @@ void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBeh
         reference = signature;
         PrefixStatistics ours = computeStatistics(prefix->conditions, prefix->events);
         EXPECT_EQ(signalCutOffsBehindDummies(*prefix), 0);
-        if (referenceBehindDummies) EXPECT_GT(ours.events, row.statistics.events);
-        else EXPECT_EQ(statisticsText(ours), statisticsText(row.statistics));
+        if (referenceBehindDummies) EXPECT_GT(ours.events, std::stoull(row["E"]));
+        else EXPECT_EQ(formatStatistics(ours), statisticsLine(row));
         std::set<PlaceSet> markings;
         ASSERT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, markings));
-        EXPECT_EQ(markings, space.placeSets()) << row.name;
+        EXPECT_EQ(markings, space.placeSets()) << row["name"];
       } else {
-        EXPECT_EQ(signature, reference) << row.name << " differs with search " << static_cast<int>(search)
+        EXPECT_EQ(signature, reference) << row["name"] << " differs with search " << static_cast<int>(search)
                                         << " and " << threads << " threads";
       }
     }
@@ -100,14 +73,14 @@ void checkNet(const VerdictRow& row, std::unique_ptr<Net> net, bool referenceBeh
 
 TEST(UnfoldBenchmarks, SizesMarkingsAndDeterminism) {
   WorkerPool::EagerSharing eager;  // the threads take part even on small nets
-  std::vector<VerdictRow> rows = readVerdicts();
+  std::vector<VerdictCells> rows = readBenchmarkVerdicts();
   ASSERT_GT(rows.size(), 40u);
-  for (const VerdictRow& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (VerdictCells& row : rows) {
+    SCOPED_TRACE(row["name"]);
     bool hasSignals = false;
     bool referenceBehindDummies = referenceCutsBehindDummies(row);
     std::string err = captureStderr([&] {
-      auto stg = readStgText(std::string(NUREX_BENCHMARKS) + "/nets/" + row.name + ".g", &hasSignals);
+      auto stg = readStgText(std::string(NUREX_BENCHMARKS) + "/nets/" + row["name"] + ".g", &hasSignals);
       ASSERT_TRUE(stg);
       if (hasSignals) checkNet<Stg>(row, std::move(stg), referenceBehindDummies);
       else checkNet<PetriNet>(row, withoutSignals(std::move(stg)), false);

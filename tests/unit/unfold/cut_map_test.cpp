@@ -21,6 +21,18 @@ namespace {
 
 using Plain = std::vector<uint32_t>;
 
+// A map beside the plain array that it must equal.
+struct Tracked {
+  CutMap map;
+  Plain plain;
+  explicit Tracked(uint32_t places, const std::vector<uint32_t>* weights = nullptr)
+      : map(places, weights), plain(places, CutMap::None) {}
+  void set(uint32_t p, uint32_t b) {
+    map.set(p, b);
+    plain[p] = b;
+  }
+};
+
 void expectSame(const CutMap& map, const Plain& plain) {
   uint32_t size = 0;
   uint32_t sum = 0;
@@ -42,6 +54,7 @@ void expectSame(const CutMap& map, const Plain& plain) {
   });
   EXPECT_EQ(listed, marked);
 }
+void expectSame(const Tracked& t) { expectSame(t.map, t.plain); }
 
 void expectDifferences(const CutMap& a, const Plain& x, const CutMap& b, const Plain& y) {
   Plain seen(x.size(), 0);
@@ -57,6 +70,7 @@ void expectDifferences(const CutMap& a, const Plain& x, const CutMap& b, const P
   });
   for (uint32_t p = 0; p < x.size(); ++p) EXPECT_EQ(seen[p] == 1, x[p] != y[p]) << p;
 }
+void expectDifferences(const Tracked& a, const Tracked& b) { expectDifferences(a.map, a.plain, b.map, b.plain); }
 
 uint32_t randomEntry(std::mt19937& random, uint32_t noneOneIn) {
   if (random() % noneOneIn == 0) return CutMap::None;
@@ -69,36 +83,28 @@ uint32_t randomEntry(std::mt19937& random, uint32_t noneOneIn) {
 // other step gives its changes at once, by ascending place.
 void deriveAndCompare(uint32_t places, int steps, int burst) {
   std::mt19937 random(places * 31 + burst);
-  std::vector<CutMap> maps{CutMap(places)};
-  std::vector<Plain> plains{Plain(places, CutMap::None)};
+  std::vector<Tracked> maps{Tracked(places)};
   for (int step = 0; step < steps; ++step) {
     size_t from = random() % maps.size();
-    CutMap next = maps[from];
-    Plain plain = plains[from];
+    Tracked next = maps[from];
     std::vector<uint32_t> changed;
     for (int k = random() % burst; k >= 0; --k) {
       uint32_t p = random() % places;
       uint32_t b = randomEntry(random, 4);
       if (step % 2 == 0) next.set(p, b);
-      else changed.push_back(p);
-      plain[p] = b;
+      else changed.push_back(p), next.plain[p] = b;
     }
     std::sort(changed.begin(), changed.end());
     changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
     std::vector<uint64_t> changes;
-    for (uint32_t p : changed) changes.push_back(CutMap::pair(p, plain[p]));
-    next.setMany(changes);
-    if (maps.size() < 12) {
-      maps.push_back(next);
-      plains.push_back(plain);
-    } else {
-      maps[from] = next;
-      plains[from] = plain;
-    }
+    for (uint32_t p : changed) changes.push_back(CutMap::pair(p, next.plain[p]));
+    next.map.setMany(changes);
+    if (maps.size() < 12) maps.push_back(next);
+    else maps[from] = next;
   }
-  for (size_t i = 0; i < maps.size(); ++i) expectSame(maps[i], plains[i]);
-  for (size_t i = 0; i < maps.size(); ++i)
-    for (size_t j = 0; j < maps.size(); ++j) expectDifferences(maps[i], plains[i], maps[j], plains[j]);
+  for (const Tracked& m : maps) expectSame(m);
+  for (const Tracked& m : maps)
+    for (const Tracked& n : maps) expectDifferences(m, n);
 }
 
 TEST(UnfoldCutMap, CopiesAreIndependentAndDifferencesExact) {
@@ -115,89 +121,67 @@ TEST(UnfoldCutMap, CopiesAreIndependentAndDifferencesExact) {
 // keep its own contents, and a tree must compare with an array by entries alone.
 TEST(UnfoldCutMap, GrowingPastTheArrayLimit) {
   const uint32_t places = 600;
-  CutMap map(places);
-  Plain plain(places, CutMap::None);
-  std::vector<CutMap> copies;
-  std::vector<Plain> plainCopies;
+  Tracked map(places);
+  std::vector<Tracked> copies;
   for (uint32_t k = 0; k < 2 * CutMap::SparseLimit + 10; ++k) {
-    uint32_t p = (k * 7919) % places;
-    map.set(p, k);
-    plain[p] = k;
-    if (k % 37 == 0 || k + 1 == CutMap::SparseLimit || k == CutMap::SparseLimit) {
-      copies.push_back(map);
-      plainCopies.push_back(plain);
-    }
+    map.set((k * 7919) % places, k);
+    if (k % 37 == 0 || k + 1 == CutMap::SparseLimit || k == CutMap::SparseLimit) copies.push_back(map);
   }
-  expectSame(map, plain);
-  for (size_t i = 0; i < copies.size(); ++i) {
-    expectSame(copies[i], plainCopies[i]);
-    expectDifferences(copies[i], plainCopies[i], map, plain);
-    expectDifferences(map, plain, copies[i], plainCopies[i]);
+  expectSame(map);
+  for (const Tracked& copy : copies) {
+    expectSame(copy);
+    expectDifferences(copy, map);
+    expectDifferences(map, copy);
   }
   // Shrinking a tree below the limit keeps it a tree; it still compares with arrays.
-  for (uint32_t k = 0; k < 2 * CutMap::SparseLimit; ++k) {
-    uint32_t p = (k * 7919) % places;
-    map.set(p, CutMap::None);
-    plain[p] = CutMap::None;
-  }
-  expectSame(map, plain);
-  for (size_t i = 0; i < copies.size(); ++i) expectDifferences(map, plain, copies[i], plainCopies[i]);
+  for (uint32_t k = 0; k < 2 * CutMap::SparseLimit; ++k) map.set((k * 7919) % places, CutMap::None);
+  expectSame(map);
+  for (const Tracked& copy : copies) expectDifferences(map, copy);
 }
 
 // Two threads derive maps from shared ones and drop them in either thread, so nodes made
 // on one thread are given back on the other; contents stay exact and no node is lost. When
 // the shared maps are pinned, their nodes stay until the pinned maps go, and only then.
 void shareBetweenThreads(uint32_t places, bool pin) {
-  std::vector<CutMap> built;
-  std::vector<Plain> plains;
+  std::vector<Tracked> built;
   std::mt19937 random(places);
   for (int i = 0; i < 8; ++i) {
-    CutMap map(places);
-    Plain plain(places, CutMap::None);
+    built.emplace_back(places);
     for (uint32_t k = 0; k < (i + 1) * places / 10; ++k) {
       uint32_t p = random() % places, b = randomEntry(random, 8);
-      map.set(p, b);
-      plain[p] = b;
+      built.back().set(p, b);
     }
-    built.push_back(std::move(map));
-    plains.push_back(plain);
   }
   int64_t beforePinning = node_pool::blocksInUse();
   std::vector<PinnedCut> pinned;
   pinned.reserve(built.size());
   std::vector<const CutMap*> shared;
-  for (CutMap& map : built) {
-    if (pin) pinned.emplace_back(std::move(map));
-    shared.push_back(pin ? &pinned.back().map() : &map);
+  for (Tracked& t : built) {
+    if (pin) pinned.emplace_back(std::move(t.map));
+    shared.push_back(pin ? &pinned.back().map() : &t.map);
   }
-  std::vector<std::vector<CutMap>> made(2);
-  std::vector<std::vector<Plain>> madePlain(2);
+  std::vector<std::vector<Tracked>> made(2);
   auto work = [&](int t) {
     std::mt19937 r(places + t);
     for (int step = 0; step < 3000; ++step) {
       size_t from = r() % shared.size();
-      CutMap next = *shared[from];
-      Plain plain = plains[from];
+      Tracked next(places);
+      next.map = *shared[from];
+      next.plain = built[from].plain;
       for (int k = r() % 6; k >= 0; --k) {
         uint32_t p = r() % places, b = randomEntry(r, 5);
         next.set(p, b);
-        plain[p] = b;
       }
       made[t].push_back(std::move(next));
-      madePlain[t].push_back(std::move(plain));
-      if (made[t].size() > 64) {
-        size_t drop = r() % made[t].size();
-        made[t].erase(made[t].begin() + drop);
-        madePlain[t].erase(madePlain[t].begin() + drop);
-      }
+      if (made[t].size() > 64) made[t].erase(made[t].begin() + r() % made[t].size());
     }
   };
   std::thread other(work, 1);
   work(0);
   other.join();
   for (int t = 0; t < 2; ++t)
-    for (size_t i = 0; i < made[t].size(); ++i) expectSame(made[t][i], madePlain[t][i]);
-  for (size_t i = 0; i < shared.size(); ++i) expectSame(*shared[i], plains[i]);
+    for (const Tracked& m : made[t]) expectSame(m);
+  for (size_t i = 0; i < shared.size(); ++i) expectSame(*shared[i], built[i].plain);
   // The maps that thread 1 made are dropped here, and those of thread 0 on a new thread.
   made[1].clear();
   std::thread dropper([&] { made[0].clear(); });
@@ -255,63 +239,52 @@ TEST(UnfoldCutMap, MergesTakeTheLaterEntryAndShareWhatTagsDecide) {
     std::mt19937 random(7);
     std::vector<std::vector<uint32_t>> below;
     NumberOrder order{&below};
-    CutMap root(places, &weights);
-    Plain rootPlain(places, CutMap::None);
-    for (uint32_t p = 0; p < places; p += 2) root.set(p, p), rootPlain[p] = p;
-    std::vector<CutMap> maps;
-    std::vector<Plain> plains;
+    Tracked root(places, &weights);
+    for (uint32_t p = 0; p < places; p += 2) root.set(p, p);
+    std::vector<Tracked> maps;
     for (uint32_t tag = 0; tag < 40; ++tag) {
       std::vector<uint32_t> under;
-      CutMap next = root;
-      Plain plain = rootPlain;
+      Tracked next = root;
       if (!maps.empty()) {
         size_t a = random() % maps.size();
         next = maps[a];
-        plain = plains[a];
         under = below[a];
         under.push_back(static_cast<uint32_t>(a));
         if (random() % 2) {
           size_t c = random() % maps.size();
-          next.setOwner(tag);
-          next.mergeLater(maps[c], order);
-          plain = laterOf(plain, plains[c], order);
+          next.map.setOwner(tag);
+          next.map.mergeLater(maps[c].map, order);
+          next.plain = laterOf(next.plain, maps[c].plain, order);
           under.insert(under.end(), below[c].begin(), below[c].end());
           under.push_back(static_cast<uint32_t>(c));
         }
       }
-      next.setOwner(tag);
+      next.map.setOwner(tag);
       // Raise a few entries, in a burst of neighbouring places or scattered.
       uint32_t start = random() % places;
       for (int k = random() % 12; k >= 0; --k) {
         uint32_t p = random() % 3 ? (start + k) % places : random() % places;
-        uint32_t b = (plain[p] == CutMap::None ? 700 : (plain[p] & ~CutMap::Consumed) + 1 + random() % 5);
+        uint32_t b = (next.plain[p] == CutMap::None ? 700 : (next.plain[p] & ~CutMap::Consumed) + 1 + random() % 5);
         if (random() % 4 == 0) b |= CutMap::Consumed;
-        if (b >= weights.size()) continue;
-        next.set(p, b);
-        plain[p] = b;
+        if (b < weights.size()) next.set(p, b);
       }
       maps.push_back(next);
-      plains.push_back(plain);
       below.push_back(under);
     }
-    auto expectWeights = [&](const CutMap& map, const Plain& plain) {
-      uint32_t weight = 0;
-      for (uint32_t b : plain)
-        if (b != CutMap::None) weight += weights[b & ~CutMap::Consumed];
-      EXPECT_EQ(map.weightSum(), weight);
-    };
-    for (size_t i = 0; i < maps.size(); ++i)
-      for (size_t j = 0; j < maps.size(); ++j) {
-        SCOPED_TRACE("merge " + std::to_string(i) + " with " + std::to_string(j));
-        CutMap merged = maps[i];
-        merged.setOwner(1000);
-        merged.mergeLater(maps[j], order);
-        Plain expected = laterOf(plains[i], plains[j], order);
-        expectSame(merged, expected);
-        expectWeights(merged, expected);
+    for (const Tracked& x : maps)
+      for (const Tracked& y : maps) {
+        Tracked merged = x;
+        merged.map.setOwner(1000);
+        merged.map.mergeLater(y.map, order);
+        merged.plain = laterOf(x.plain, y.plain, order);
+        expectSame(merged);
+        uint32_t weight = 0;
+        for (uint32_t b : merged.plain)
+          if (b != CutMap::None) weight += weights[b & ~CutMap::Consumed];
+        EXPECT_EQ(merged.map.weightSum(), weight);
         merged.set(1, 3999);  // a change to the merge leaves both sources alone
       }
-    for (size_t i = 0; i < maps.size(); ++i) expectSame(maps[i], plains[i]);
+    for (const Tracked& m : maps) expectSame(m);
     EXPECT_GT(order.decided, 100);
   }
   EXPECT_EQ(node_pool::blocksInUse(), before);

@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 
 #include "model/checks.h"
 #include "model/formats/g_reader.h"
 #include "support/sanitizer.h"
 #include "support/capture.h"
+#include "support/net_text.h"
 #include "support/random_net.h"
 #include "support/state_space.h"
 #include "unit/unfold/unfold_test_support.h"
@@ -53,41 +55,70 @@ void checkCorrespondents(const NodeList<Condition>& conditions, const NodeList<E
   }
 }
 
-template <class Net>
-std::string unfoldSignature(std::unique_ptr<Net> net, const UnfoldOptions& options, std::set<PlaceSet>* markings) {
-  auto prefix = asPrefix(std::move(net));
-  EXPECT_TRUE(unfoldNet(*prefix, options));
-  EXPECT_TRUE(checkPrefixStructure(*prefix));
-  checkCorrespondents(prefix->conditions, prefix->events);
-  if (markings) {
-    EXPECT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, *markings));
+struct Variant {
+  UnfoldOptions options;
+  int group;  // variants of one group (from 0) must give the same prefix; -1 for none
+};
+
+// Unfolds the net under every variant: each prefix is well formed, each cut-off's
+// correspondent reaches its marking, the prefix represents exactly the reachable markings,
+// and the variants of a group agree. The sizes of the prefixes come back.
+template <class Make>
+std::vector<size_t> unfoldVariants(Make make, const std::vector<Variant>& variants) {
+  StateSpace space = exploreStateSpace(*make());
+  EXPECT_TRUE(space.safe && space.complete);
+  std::vector<size_t> sizes;
+  std::map<int, std::string> signatures;
+  for (const Variant& v : variants) {
+    SCOPED_TRACE("variant " + std::to_string(sizes.size()));
+    auto prefix = asPrefix(make());
+    captureStderr([&] { EXPECT_TRUE(unfoldNet(*prefix, v.options)); });
+    EXPECT_TRUE(checkPrefixStructure(*prefix));
+    checkCorrespondents(prefix->conditions, prefix->events);
+    std::set<PlaceSet> markings;
+    EXPECT_TRUE(prefixPlaceSets(prefix->conditions, prefix->events, markings));
+    EXPECT_EQ(markings, space.placeSets());
+    sizes.push_back(prefix->events.size());
+    if (v.group < 0) continue;
+    std::string signature = prefixSignature(prefix->conditions, prefix->events);
+    EXPECT_EQ(signatures.emplace(v.group, signature).first->second, signature);
   }
-  return prefixSignature(prefix->conditions, prefix->events);
+  return sizes;
 }
 
-TEST(UnfoldRandom, SameCompletePrefixForEverySearchAndThreadCount) {
+// Orders 0 and 1 give prefixes that grow exponentially with concurrency, hence nets of two
+// components for the comparison of orders.
+RandomNetOptions smallNets() {
+  RandomNetOptions options;
+  options.maxComponents = 2;
+  options.maxPlacesPerComponent = 4;
+  options.maxTransitions = 8;
+  return options;
+}
+
+TEST(UnfoldRandom, EverySearchThreadCountOrderAndCorrespondentRuleGivesACompletePrefix) {
   WorkerPool::EagerSharing eager;  // the threads take part even on small nets
-  struct Variant {
-    Search search;
-    int threads;
-  };
-  const Variant variants[] = {
-      {Search::Closure, 1}, {Search::Closure, 2}, {Search::Relation, 1}, {Search::Relation, 3}, {Search::Plain, 2}};
+  std::vector<Variant> searches;
+  for (auto [search, threads] : {std::pair{Search::Closure, 1}, {Search::Closure, 2}, {Search::Relation, 1},
+                                 {Search::Relation, 3}, {Search::Plain, 2}})
+    searches.push_back({optionsFor(search, threads), 0});
   for (uint64_t seed = 0; seed < 200; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    StateSpace space = exploreStateSpace(*randomSafeNet(seed));
-    ASSERT_TRUE(space.safe && space.complete);
-    std::string reference;
-    for (const Variant& v : variants) {
-      std::set<PlaceSet> markings;
-      std::string signature;
-      std::string err = captureStderr(
-          [&] { signature = unfoldSignature(randomSafeNet(seed), optionsFor(v.search, v.threads), &markings); });
-      EXPECT_EQ(markings, space.placeSets());
-      if (reference.empty()) reference = signature;
-      EXPECT_EQ(signature, reference) << "search " << static_cast<int>(v.search) << ", " << v.threads << " threads";
-      (void)err;
-    }
+    unfoldVariants([&] { return randomSafeNet(seed); }, searches);
+  }
+  // Order 3 is already total on the configurations of a safe net, so order 4 gives the same
+  // prefix; non-local correspondents keep it complete and no larger.
+  std::vector<Variant> orders;
+  for (int order = 0; order <= 4; ++order) orders.push_back({optionsFor(Search::Closure, 2, order), order >= 3 ? 0 : -1});
+  for (int order : {0, 3}) {
+    orders.push_back({optionsFor(Search::Closure, 2, order), -1});
+    orders.back().options.non_local_correspondents = 1;
+  }
+  for (uint64_t seed = 300; seed < 400; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::vector<size_t> sizes = unfoldVariants([&] { return randomSafeNet(seed, smallNets()); }, orders);
+    EXPECT_LE(sizes[5], sizes[0]);
+    EXPECT_LE(sizes[6], sizes[3]);
   }
 }
 
@@ -104,22 +135,15 @@ TEST(UnfoldRandom, LargeCutsGiveACompletePrefix) {
     }
     return net;
   };
+  std::vector<Variant> variants;
+  for (Search search : {Search::Closure, Search::Plain, Search::Relation})
+    for (int keepCuts : {0, 1}) {
+      variants.push_back({optionsFor(search, 2), 0});
+      variants.back().options.keep_cuts = keepCuts;
+    }
   for (uint64_t seed = 500; seed < 540; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    StateSpace space = exploreStateSpace(*padded(seed));
-    ASSERT_TRUE(space.safe && space.complete);
-    std::string reference;
-    for (Search search : {Search::Closure, Search::Plain, Search::Relation})
-      for (int keepCuts : {0, 1}) {
-        std::set<PlaceSet> markings;
-        std::string signature;
-        UnfoldOptions options = optionsFor(search, 2);
-        options.keep_cuts = keepCuts;
-        captureStderr([&] { signature = unfoldSignature(padded(seed), options, &markings); });
-        EXPECT_EQ(markings, space.placeSets()) << "search " << static_cast<int>(search) << " keep " << keepCuts;
-        if (reference.empty()) reference = signature;
-        EXPECT_EQ(signature, reference) << "search " << static_cast<int>(search) << " keep " << keepCuts;
-      }
+    unfoldVariants([&] { return padded(seed); }, variants);
   }
 }
 
@@ -129,18 +153,7 @@ TEST(UnfoldRandom, LargeCutsGiveACompletePrefix) {
 // where merging pays; wide compositions of state machines add conflicts.
 TEST(UnfoldRandom, KeptCutsGiveTheSamePrefix) {
   WorkerPool::EagerSharing eager;  // the threads take part even on small nets
-  auto pipeline = [](int stages) {
-    std::string text = ".inputs c0 c" + std::to_string(stages + 1) + "\n.outputs";
-    for (int i = 1; i <= stages; ++i) text += " c" + std::to_string(i);
-    text += "\n.graph\n";
-    std::string marking;
-    for (int i = 1; i <= stages + 1; ++i) {
-      std::string p = "c" + std::to_string(i - 1), q = "c" + std::to_string(i);
-      text += p + "+ " + q + "+\n" + q + "+ " + p + "-\n" + p + "- " + q + "-\n" + q + "- " + p + "+\n";
-      marking += " <" + q + "-," + p + "+>";
-    }
-    return parseStgText(text + ".marking {" + marking + " }\n.end\n", "pipeline.g", nullptr);
-  };
+  auto pipeline = [](int stages) { return parseStgText(mullerPipelineText(stages), "pipeline.g", nullptr); };
   // Long chains of small components with local choices: cuts past the array limit, joins
   // of up to three producers, and prefixes of a few thousand events.
   RandomNetOptions wide;
@@ -174,16 +187,6 @@ TEST(UnfoldRandom, KeptCutsGiveTheSamePrefix) {
   }
 }
 
-// Orders 0 and 1 give prefixes that grow exponentially with concurrency, hence nets of two
-// components.
-RandomNetOptions smallNets() {
-  RandomNetOptions options;
-  options.maxComponents = 2;
-  options.maxPlacesPerComponent = 4;
-  options.maxTransitions = 8;
-  return options;
-}
-
 // Larger nets, whose relation rows span several words, compared between the methods only.
 TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
   WorkerPool::EagerSharing eager;  // the threads take part even on small nets
@@ -208,28 +211,6 @@ TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
     }
   }
   EXPECT_GT(events, 40u * 100);
-}
-
-TEST(UnfoldRandom, EveryOrderGivesACompletePrefix) {
-  WorkerPool::EagerSharing eager;  // the threads take part even on small nets
-  for (uint64_t seed = 300; seed < 400; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    StateSpace space = exploreStateSpace(*randomSafeNet(seed, smallNets()));
-    std::string third;
-    for (int order = 0; order <= 4; ++order) {
-      std::set<PlaceSet> markings;
-      std::string signature;
-      captureStderr([&] {
-        signature = unfoldSignature(randomSafeNet(seed, smallNets()), optionsFor(Search::Closure, 2, order), &markings);
-      });
-      EXPECT_EQ(markings, space.placeSets()) << "order " << order;
-      // Order 3 is already total on the configurations of a safe net.
-      if (order == 3) third = signature;
-      if (order == 4) {
-        EXPECT_EQ(signature, third);
-      }
-    }
-  }
 }
 
 // The transitions named in a trace, by index.
@@ -351,31 +332,9 @@ TEST(UnfoldRandom, DummiesOfStgsAreNoCutOffsUnlessAllowed) {
       EXPECT_EQ(markings, space.placeSets());
     }
     options.dummy_cutoffs = 1;
-    std::set<PlaceSet> markings;
-    captureStderr([&] { unfoldSignature(randomSafeStg(seed), options, &markings); });
-    EXPECT_EQ(markings, space.placeSets());
+    unfoldVariants([&] { return randomSafeStg(seed); }, {{options, -1}});
   }
   EXPECT_GT(cycles, 5);
-}
-
-TEST(UnfoldRandom, NonLocalCorrespondentsKeepThePrefixCompleteAndNoLarger) {
-  for (uint64_t seed = 500; seed < 580; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    StateSpace space = exploreStateSpace(*randomSafeNet(seed, smallNets()));
-    for (int order : {0, 3}) {
-      UnfoldOptions options = optionsFor(Search::Closure, 2, order);
-      auto local = asPrefix(randomSafeNet(seed, smallNets()));
-      captureStderr([&] { ASSERT_TRUE(unfoldNet(*local, options)); });
-      options.non_local_correspondents = 1;
-      auto global = asPrefix(randomSafeNet(seed, smallNets()));
-      captureStderr([&] { ASSERT_TRUE(unfoldNet(*global, options)); });
-      checkCorrespondents(global->conditions, global->events);
-      EXPECT_LE(global->events.size(), local->events.size());
-      std::set<PlaceSet> markings;
-      ASSERT_TRUE(prefixPlaceSets(global->conditions, global->events, markings));
-      EXPECT_EQ(markings, space.placeSets()) << "order " << order;
-    }
-  }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/prefix_builder.h"
+#include "support/verdicts.h"
 #include "verify/conflicts.h"
 
 namespace nurex::test {
@@ -99,19 +100,19 @@ TEST(ConflictModes, VerdictsAndShortestPairsOnSmallNets) {
 // Method 2 bounds the cost of each item by a counter register or, past its size limit, by
 // the adder tree of the cost; both must give the table's shortest pairs.
 TEST(ConflictModes, ShortestPairsWithAndWithoutTheCounterRegister) {
-  for (const VerdictRow& row : stgVerdictRows()) {
-    if (row.uscCost < 0 || row.dummyRulesAgree != "-") continue;
+  for (VerdictCells& row : readBenchmarkVerdicts("stg")) {
+    if (row["usc"] != "yes" || row["dummy_rules_agree"] != "-") continue;
     std::unique_ptr<StgUnit> unit;
-    captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row.prefix)); });
+    captureStderr([&] { unit.reset(loadStgUnit(std::string(NUREX_BENCHMARKS) + "/prefixes/" + row["prefix"])); });
     ASSERT_NE(unit, nullptr);
     for (size_t limit : {size_t{0}, size_t{1} << 21})
       for (bool csc : {false, true}) {
-        int expected = csc ? row.cscCost : row.uscCost;
-        if (expected < 0) continue;
-        SCOPED_TRACE(row.name + (csc ? " -C" : " -U") + " register limit " + std::to_string(limit));
+        std::string expected = row[csc ? "csc_cost" : "usc_cost"];
+        if (expected == "-") continue;
+        SCOPED_TRACE(row["name"] + (csc ? " -C" : " -U") + " register limit " + std::to_string(limit));
         ModeRun r = runConflict(unit->get<StgPrefix>(), csc, stateCodingOptions(2, 1, 1), {}, limit);
         ASSERT_EQ(r.mode->result_list().size(), 1u);
-        EXPECT_EQ(r.mode->result_list()[0]->cost(), static_cast<uint64_t>(expected));
+        EXPECT_EQ(r.mode->result_list()[0]->cost(), std::stoull(expected));
       }
   }
 }

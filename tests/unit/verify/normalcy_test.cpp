@@ -1,8 +1,8 @@
-// Normalcy checking: triggers through dummies, the structural reasons without SAT, the
-// missing-hypothesis error, the SAT reasons with their traces, and the benchmark verdicts.
+// Normalcy checking: triggers through dummies, mixed triggers without SAT under both methods,
+// and the SAT reasons with their traces (contradictory hypotheses and the missing-hypothesis
+// error are e2e cases in state_coding.cases).
 #include <gtest/gtest.h>
 
-#include "model/loaders.h"
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/prefix_builder.h"
@@ -72,29 +72,6 @@ TEST(Normalcy, MixedTriggersWithoutSat) {
   }
 }
 
-TEST(Normalcy, ContradictoryHypothesesWithoutSat) {
-  auto unit = loadTestStg("contradictory");
-  NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), 2, 0, 1);
-  const NormalcySolution* s = r.solution();
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(s->reason, ReasonContradictoryHypotheses);
-  ASSERT_EQ(s->traces.size(), 2u);
-  EXPECT_EQ(names(s->traces[0]), "a+, x+/1\n");  // the positive hypothesis first
-  EXPECT_EQ(names(s->triggers[0]), "a+\n");
-  EXPECT_EQ(names(s->traces[1]), "b+, b-, x+/2\n");
-  EXPECT_EQ(names(s->triggers[1]), "b-\n");
-  EXPECT_EQ(r.mode->formula.engine().num_variables(), 0u);
-}
-
-TEST(Normalcy, SignalWithoutTriggersIsAnError) {
-  auto unit = loadTestStg("no_trigger");
-  NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), 2);
-  EXPECT_EQ(r.err, "\nError: cannot make a hyphothesis about the normalcy type of x\n");
-  EXPECT_EQ(raiseStatus(0), StatusError);
-  EXPECT_EQ(r.solution(), nullptr);
-  EXPECT_EQ(r.mode->formula.engine().num_variables(), 0u);
-}
-
 TEST(Normalcy, NormalNets) {
   for (const char* name : {"inputs_only", "excitation"}) {
     auto unit = loadTestStg(name);
@@ -160,28 +137,6 @@ TEST(Normalcy, CscConflictWithAndWithoutMinimumCost) {
     expectDominated(prefix, s->traces[1], s->traces[0]);
   }
 }
-
-void checkNormalcyVerdicts(bool prefixFiles) {
-  for (const VerdictRow& row : stgVerdictRows()) {
-    if (row.normal == "-") continue;  // asked of CSC-free STGs only
-    StgUnit* unit = nullptr;
-    std::string file = prefixFiles ? "/prefixes/" + row.prefix : "/nets/" + row.name + ".g";
-    captureStderr([&] { unit = loadStgUnit(std::string(NUREX_BENCHMARKS) + file); });
-    ASSERT_NE(unit, nullptr) << row.name;
-    for (int method : {1, 2})
-      for (int solver : {0, 1}) {
-        if (!prefixFiles && solver == 0) continue;
-        SCOPED_TRACE(row.name + " -m" + std::to_string(method) + " -$" + std::to_string(solver));
-        NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), method, solver);
-        EXPECT_LT(raiseStatus(0), StatusError) << r.err;
-        EXPECT_EQ(r.solution() == nullptr, row.normal == "yes");
-      }
-    delete unit;
-  }
-}
-
-TEST(NormalcyBenchmarks, VerdictsOnPrefixFiles) { checkNormalcyVerdicts(true); }
-TEST(NormalcyBenchmarks, VerdictsOnUnfoldedNets) { checkNormalcyVerdicts(false); }
 
 }  // namespace
 }  // namespace nurex::test

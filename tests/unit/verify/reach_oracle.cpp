@@ -2,6 +2,8 @@
 // predicates that carry their own meaning.
 #include "unit/verify/reach_oracle.h"
 
+#include "unit/verify/stg_states.h"
+
 #include <map>
 
 namespace nurex::test {
@@ -53,23 +55,9 @@ void computeEnabledness(const NetView& view, ExplicitState& state) {
   const auto& transitions = view.net->transitions;
   state.enabled.assign(transitions.size(), false);
   for (const Transition* t : transitions) state.enabled[t->index] = enabledIn(view, state.marking, t);
-  state.viaDummies = state.enabled;
-  // Markings reachable by dummy transitions alone.
-  std::map<std::vector<uint8_t>, bool> seen{{state.marking, true}};
-  std::vector<std::vector<uint8_t>> pending{state.marking};
-  while (!pending.empty()) {
-    std::vector<uint8_t> marking = pending.back();
-    pending.pop_back();
-    for (const Transition* t : transitions) {
-      if (!enabledIn(view, marking, t)) continue;
-      state.viaDummies[t->index] = true;
-      if (!view.isDummy(t)) continue;
-      ExplicitState next;
-      next.marking = marking;
-      next.code = state.code;
-      if (fire(view, t, next) && seen.emplace(next.marking, true).second) pending.push_back(next.marking);
-    }
-  }
+  state.viaDummies.assign(transitions.size(), false);
+  enabledThroughDummies(*view.net, view.stg != nullptr, state.marking, &view.occurs,
+                        [&](const Transition* t) { state.viaDummies[t->index] = true; });
 }
 
 bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint32_t limit) {

@@ -1,6 +1,5 @@
-// The reachability modes on hand-made processes: the meaning of the encoded operators
-// (conditional, threshold, let), configuration levels, trivial predicates, failures, and the
-// states that -Fs sees through dummy events.
+// The reachability modes on hand-made processes: let over states, configuration levels,
+// trivial predicates, failures, and the states that -Fs sees through dummy events.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -77,34 +76,12 @@ struct Toggles {
   }
 };
 
-TEST(ReachabilityMode, ConditionalMeansWhatItSays) {
+// Conditionals and thresholds are among the random predicates of the differential test;
+// a let over a state-dependent value is not.
+TEST(ReachabilityMode, LetsOverStates) {
   Toggles net;
-  const std::string ite = "($ P \"x1\" ? $ P \"y1\" : $ P \"z1\")";
-  const std::string meaning = "($ P \"x1\" & $ P \"y1\" | ~$ P \"x1\" & $ P \"z1\")";
-  for (int solver : {0, 1}) {
-    SCOPED_TRACE("solver " + std::to_string(solver));
-    EXPECT_FALSE(decide(net.b.prefix, ite + " & ~" + meaning, false, withSolver(solver)).found);
-    EXPECT_FALSE(decide(net.b.prefix, "~" + ite + " & " + meaning, false, withSolver(solver)).found);
-    Outcome o = decide(net.b.prefix, ite + " & ~$ P \"x1\"", false, withSolver(solver));
-    ASSERT_TRUE(o.found);
-    EXPECT_TRUE(has(o.traces[0], "tx"));
-    EXPECT_FALSE(has(o.traces[0], "tz"));
-    o = decide(net.b.prefix, "~" + ite + " & $ P \"x1\"", false, withSolver(solver));
-    ASSERT_TRUE(o.found);
-    EXPECT_TRUE(has(o.traces[0], "ty"));
-  }
-}
-
-TEST(ReachabilityMode, ThresholdsAndLets) {
-  Toggles net;
-  const std::string two = "threshold[2]($ P \"x0\", $ P \"y0\", $ P \"z0\", @ T \"tx\")";
-  Outcome o = decide(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\"");
-  ASSERT_TRUE(o.found);
-  EXPECT_EQ(o.traces[0], std::vector<std::string>{"tz"});
-  EXPECT_FALSE(decide(net.b.prefix, two + " & $ P \"x1\" & $ P \"y1\" & $ P \"z1\"").found);
-  EXPECT_FALSE(decide(net.b.prefix, "~" + two + " & $ P \"x0\" & $ P \"z0\"").found);
   EXPECT_FALSE(decide(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~v }").found);
-  o = decide(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~$ P \"y1\" & (v <-> $ P \"z0\") }");
+  Outcome o = decide(net.b.prefix, "let v = $ P \"x1\" ^ $ P \"y1\" { v & ~$ P \"y1\" & (v <-> $ P \"z0\") }");
   ASSERT_TRUE(o.found);
   std::vector<std::string> trace = o.traces[0];
   std::sort(trace.begin(), trace.end());

@@ -1,4 +1,4 @@
-// Test support: replay of conflict traces in the original net, and the benchmark table.
+// Test support: replay of conflict traces in the original net, and quiet loading.
 #include "stg_replay.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,6 @@
 #include "model/loaders.h"
 #include "stg_states.h"
 #include "support/capture.h"
-#include "support/verdicts.h"
 
 namespace nurex::test {
 
@@ -29,12 +28,6 @@ bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::strin
     if (t->signal && t->signal->kind != SignalDummy) state.code[t->signal->index] ^= 1;
   }
   return true;
-}
-
-std::vector<bool> transitionsWithEvents(const StgPrefix& prefix) {
-  std::vector<bool> occurs(prefix.transitions.size(), false);
-  for (const Event* e : prefix.events) occurs[e->transition->index] = true;
-  return occurs;
 }
 
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state) {
@@ -77,16 +70,6 @@ std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path) {
 
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name) {
   return loadStgQuietly(std::string(NUREX_SOURCE_DIR) + "/tests/data/verify/" + name + ".g");
-}
-
-std::vector<VerdictRow> stgVerdictRows() {
-  std::vector<VerdictRow> rows;
-  auto cost = [](const std::string& text) { return text == "-" ? -1 : std::stoi(text); };
-  for (VerdictCells& v : readBenchmarkVerdicts())
-    if (v["kind"] == "stg")
-      rows.push_back({v["name"], v["kind"], v["prefix"], v["usc"], v["csc"], v["normal"], v["dummy_rules_agree"],
-                      cost(v["usc_cost"]), cost(v["csc_cost"])});
-  return rows;
 }
 
 }  // namespace nurex::test

@@ -1,5 +1,5 @@
 // Test support: replays traces of STG modes in the original net (not in the prefix) and
-// reads the verdict table of the benchmarks.
+// runs and loads STGs quietly.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,12 @@ struct NetState {
 bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why);
 // Transitions that have an event in the prefix: legacy files give arcs only to those,
 // and a transition without an event is never enabled at a reachable marking.
-std::vector<bool> transitionsWithEvents(const StgPrefix& prefix);
+template <class Unit>
+std::vector<bool> transitionsWithEvents(const Unit& unit) {
+  std::vector<bool> occurs(unit.transitions.size(), false);
+  for (const auto* e : unit.events) occurs[e->transition->index] = true;
+  return occurs;
+}
 // Per signal: some transition of it (among `occurring`) is enabled at the marking, or after
 // some sequence of dummy transitions.
 std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state);
@@ -38,12 +43,5 @@ OptionMap stateCodingOptions(int method, int solver, int minimise = 0, int all =
 std::unique_ptr<StgUnit> loadTestStg(const std::string& name);
 // Any STG file, loaded with stdout and stderr swallowed; null on failure.
 std::unique_ptr<StgUnit> loadStgQuietly(const std::string& path);
-
-struct VerdictRow {
-  std::string name, kind, prefix;
-  std::string usc, csc, normal, dummyRulesAgree;  // "yes", "no" or "-"
-  int uscCost = -1, cscCost = -1;                   // -1 where the table has "-"
-};
-std::vector<VerdictRow> stgVerdictRows();
 
 }  // namespace nurex::test

@@ -65,23 +65,9 @@ bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == Sign
 std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
                                     const std::vector<bool>* occurring) {
   std::vector<uint8_t> excited(stg.signals.size(), 0);
-  std::set<std::vector<uint8_t>> seen{marking};
-  std::vector<std::vector<uint8_t>> pending{marking};
-  while (!pending.empty()) {
-    std::vector<uint8_t> m = std::move(pending.back());
-    pending.pop_back();
-    for (const Transition* t : stg.transitions) {
-      if ((occurring && !(*occurring)[t->index]) || !enabled(t, m)) continue;
-      if (!isDummy(t)) {
-        excited[t->signal->index] = 1;
-        continue;
-      }
-      std::vector<uint8_t> next = m;
-      for (const Place* p : t->preset) next[p->index] = 0;
-      for (const Place* p : t->postset) next[p->index] = 1;
-      if (seen.insert(next).second) pending.push_back(std::move(next));
-    }
-  }
+  enabledThroughDummies(stg, true, marking, occurring, [&](const Transition* t) {
+    if (!isDummy(t)) excited[t->signal->index] = 1;
+  });
   return excited;
 }
 

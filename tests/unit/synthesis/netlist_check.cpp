@@ -1,5 +1,5 @@
-// The unmapped Verilog netlist of -E, -G and -S, line by line against the derived
-// equations: header, comment block, one body per implementation style, trailer; the
+// Test support: the unmapped Verilog netlist of -E, -G and -S, line by line against the
+// derived equations: header, comment block, one body per implementation style, trailer; the
 // equation texts, the gC next-state expressions and the complemented resets are parsed
 // and evaluated, since only their function is fixed.
 #include <gtest/gtest.h>
@@ -12,10 +12,7 @@
 #include <sstream>
 
 #include "equation_check.h"
-#include "support/capture.h"
-#include "unit/verify/random_stg.h"
-#include "support/verdicts.h"
-#include "unit/verify/stg_replay.h"
+#include "platform/reporter.h"
 
 namespace nurex::test {
 namespace {
@@ -291,6 +288,8 @@ void expectBody(const Stg& stg, NetlistReader& in, const std::vector<const Signa
   }
 }
 
+}  // namespace
+
 std::string netlistOf(const EquationMode& mode) {
   char* buffer = nullptr;
   size_t size = 0;
@@ -327,66 +326,4 @@ void expectNetlist(const Stg& stg, const SynthesisRun& run, int type) {
   EXPECT_TRUE(in.done()) << "text after endmodule, or no final newline";
 }
 
-TEST(EquationNetlist, BenchmarksInAllThreeStyles) {
-  int nets = 0;
-  for (VerdictCells& row : readBenchmarkVerdicts()) {
-    // The form does not grow with the net: the large ones would only cost time.
-    if (row["kind"] != "stg" || row["csc"] != "no" || std::stoi(row["states"]) > 300) continue;
-    SCOPED_TRACE(row["name"]);
-    std::unique_ptr<StgUnit> unit = loadBenchmarkNet(row["name"]);
-    ASSERT_NE(unit, nullptr);
-    const StgPrefix& prefix = unit->get<StgPrefix>();
-    ++nets;
-    for (int type : {1, 2, 3}) {
-      SCOPED_TRACE("synthesis_type " + std::to_string(type));
-      expectNetlist(prefix, runEquations(prefix, type, 0), type);
-    }
-  }
-  EXPECT_GE(nets, 30);
-}
-
-TEST(EquationNetlist, HandMadeStgsInAllThreeStyles) {
-  for (const char* name : {"c_element", "ring", "dead_output"}) {
-    SCOPED_TRACE(name);
-    std::unique_ptr<StgUnit> unit = loadTestNet(std::string("synthesis/") + name);
-    ASSERT_NE(unit, nullptr);
-    for (int type : {1, 2, 3}) {
-      SCOPED_TRACE("synthesis_type " + std::to_string(type));
-      expectNetlist(unit->get<StgPrefix>(), runEquations(unit->get<StgPrefix>(), type, 0), type);
-    }
-  }
-}
-
-// Random STGs bring signals without inputs, outputs without internals and the like.
-TEST(EquationNetlist, RandomStgsInAllThreeStyles) {
-  int checked = 0;
-  for (uint64_t seed = 1; seed <= 80; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::unique_ptr<StgPrefix> prefix;
-    captureStderr([&] { prefix = unfoldStg(randomConsistentStg(seed)); });
-    ASSERT_NE(prefix, nullptr);
-    CountedStates counted = countedStgStates(*prefix, 3000);
-    // With no local signal there is no implementation, which the netlist reports as a failure.
-    if (prefix->dummiesBegin == prefix->outputsBegin) continue;
-    if (!counted.complete || firstConflict(*prefix, counted.states, 1)) continue;
-    ++checked;
-    for (int type : {1, 2, 3}) {
-      SCOPED_TRACE("synthesis_type " + std::to_string(type));
-      expectNetlist(*prefix, runEquations(*prefix, type, 1), type);
-    }
-  }
-  EXPECT_GT(checked, 30);
-}
-
-TEST(EquationNetlist, NoImplementationAfterAConflict) {
-  std::unique_ptr<StgUnit> unit = loadTestStg("csc");
-  ASSERT_NE(unit, nullptr);
-  for (int type : {1, 2, 3}) {
-    SynthesisRun run = runEquations(unit->get<StgPrefix>(), type, 0);
-    ASSERT_TRUE(run.mode->implementations().empty());
-    EXPECT_EQ(netlistOf(*run.mode), "\nFailed to synthesise the specification\n");
-  }
-}
-
-}  // namespace
 }  // namespace nurex::test
