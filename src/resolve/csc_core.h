@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "model/prefix.h"
 #include "platform/options.h"
+#include "verify/conflicts.h"
 
 namespace nurex {
 
@@ -35,10 +37,21 @@ struct CscCoreHash {
 bool isUscConflict(const StgPrefix& prefix, const EventList& a, const EventList& b);
 bool isCscConflict(const StgPrefix& prefix, const EventList& a, const EventList& b);
 
-// The conflicts of the prefix: up to 100 CSC cores, then up to 100 more whose markings differ
-// (USC cores that are not already among them), CSC cores first. Empty when there is no CSC
-// conflict left, whatever USC conflicts remain.
-std::vector<CscCore> collectCores(const StgPrefix& prefix, const OptionMap& options);
+// The conflicts of the prefix: up to 100 new CSC cores besides those inherited, then up to
+// 100 more whose markings differ, CSC cores first. Empty when there is no CSC conflict left,
+// whatever USC conflicts remain.
+std::vector<CscCore> collectCores(const StgPrefix& prefix, const OptionMap& options,
+                                  std::vector<CscCore> inherited = {});
+
+// The cores of the step before, carried over to the prefix after the insertion of `signal`:
+// a pair that the new signal separates gives way to the pairs around the signal's events
+// that are still in conflict.
+std::vector<CscCore> inheritCores(const StgPrefix& prefix, const std::vector<CscCore>& cores, const Signal* signal);
+
+// A new core is the union of a known one and a rest whose removal leaves a conflict of its
+// own (by `conflict`): it brings nothing new.
+bool isCompositeCore(const CscCore& core, const std::vector<ConfigurationPair>& known,
+                     const std::function<bool(const EventList&, const EventList&)>& conflict);
 
 // The CSC cores of the prefix, counted up to `limit`.
 size_t countCscCores(const StgPrefix& prefix, const OptionMap& options, uint32_t limit);

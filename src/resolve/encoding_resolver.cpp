@@ -1,6 +1,6 @@
-// The resolution loop: detect, choose, rewrite the net, unfold it again. The prefix is
-// rebuilt after every step, so that each step works on the exact prefix of the STG as it
-// stands; cores are then detected afresh.
+// The resolution loop: detect, choose, rewrite the net and its prefix, and start over. An
+// insertion rewrites the prefix in place, so that the conflicts found so far carry over; a
+// concurrency reduction changes what is reachable and has the net unfolded again.
 #include "resolve/encoding_resolver.h"
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include "model/checks.h"
 #include "model/formats/writers.h"
 #include "resolve/lock_relation.h"
+#include "resolve/prefix_insertion.h"
 #include "platform/reporter.h"
 #include "unfold/unfolder.h"
 
@@ -75,6 +76,10 @@ bool EncodingResolver::unfold() {
   unfoldOptions.conc_rel_size = 0;
   if (!unfoldNet(*prefix_, unfoldOptions)) return false;
   prefix_->unfoldedHere = true;
+  return checkPrefix();
+}
+
+bool EncodingResolver::checkPrefix() {
   // The causal relations are kept as one bit set per event, quadratic in the prefix.
   if (prefix_->events.size() > MaxEvents) {
     reportError("the prefix has " + std::to_string(prefix_->events.size()) + " events; -R handles at most " +
@@ -109,7 +114,10 @@ std::vector<std::unique_ptr<ResolutionSolution>> EncodingResolver::usefulReducti
 }
 
 bool EncodingResolver::step(bool applyIt) {
-  cores_ = collectCores(*prefix_, options_);
+  // Cores survive only an insertion: it rewrote the prefix without renaming its events.
+  std::vector<CscCore> inherited;
+  if (!cores_.empty() && !insertedSignals_.empty()) inherited = inheritCores(*prefix_, cores_, insertedSignals_.back());
+  cores_ = collectCores(*prefix_, options_, std::move(inherited));
   if (raiseStatus(0) >= StatusError) return false;
   printTo(stdout, "\n Encoding conflicts detected: %zu core(s)\n", cores_.size());
   if (verbosity >= 4)
@@ -151,15 +159,17 @@ bool EncodingResolver::step(bool applyIt) {
     return true;
   }
   // The cheapest reduction stands unless an insertion is strictly cheaper.
+  // Each step's transformation is reported before it is applied; the final result carries
+  // only the verdict.
   if (!reductions.empty() && (!found || reductions[0]->cost() <= last_->solutions.front()->cost())) {
-    std::unique_ptr<ResolutionSolution> kept = std::move(reductions[0]);
-    if (!applyReduction(*kept->reduction)) return false;
-    solutions_.push_back(std::move(kept));
+    solutions_.push_back(std::move(reductions[0]));
+    writeResults(solutions_, "suggested a transformation", "no transformation computed");
+    if (!applyReduction(*static_cast<ResolutionSolution&>(*solutions_.back()).reduction)) return false;
   } else if (found) {
-    auto* solution = static_cast<ResolutionSolution*>(last_->solutions.front().get());
-    std::unique_ptr<Solution> kept = std::move(last_->solutions.front());
-    if (!apply(*solution, solution->signs)) return false;
-    solutions_.push_back(std::move(kept));
+    solutions_.push_back(std::move(last_->solutions.front()));
+    writeResults(solutions_, "suggested a transformation", "no transformation computed");
+    auto& solution = static_cast<ResolutionSolution&>(*solutions_.back());
+    if (!apply(solution, solution.signs)) return false;
   } else {
     return true;
   }
@@ -185,19 +195,22 @@ bool EncodingResolver::applyReduction(const ConcurrencyReduction& reduction) {
 
 bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vector<uint32_t>& signs) {
   Stg& net = *prefix_;
+  std::vector<AppliedInsertion> applied;
+  for (const Insertion& insertion : solution.transformation)
+    applied.push_back({insertion, instancesOf(*prefix_, insertion)});
   std::string name = "csc";
   for (uint32_t k = 1; nameTaken(net, name); ++k) name = "csc" + std::to_string(k);
   Signal* signal = net.signals.add(new Signal{NoIndex, name, SignalInternal, 0});
   sortSignals(net);
-  for (size_t i = 0; i < solution.transformation.size(); ++i) {
-    const Insertion& insertion = solution.transformation[i];
+  for (size_t i = 0; i < applied.size(); ++i) {
+    AppliedInsertion& a = applied[i];
     std::string base = name + (signs[i] ? "-" : "+"), tname = base;
     for (uint32_t k = 1; nameTaken(net, tname); ++k) tname = base + "/" + std::to_string(k);
-    Transition* x = net.transitions.add(new Transition);
+    Transition* x = a.x = net.transitions.add(new Transition);
     x->name = tname;
     x->signal = signal;
     x->sign = signs[i] ? SignMinus : SignPlus;
-    if (auto* b = std::get_if<InsertionBefore>(&insertion)) {
+    if (auto* b = std::get_if<InsertionBefore>(&a.insertion)) {
       auto* t = const_cast<Transition*>(b->t);
       for (const Place* cp : b->places) {
         auto* p = const_cast<Place*>(cp);
@@ -205,19 +218,20 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
         t->preset.erase(p);
         addPlaceArc(p, x);
       }
-      link(net, x, t);
-    } else if (auto* a = std::get_if<InsertionAfter>(&insertion)) {
-      auto* t = const_cast<Transition*>(a->t);
-      for (const Place* cp : a->places) {
+      a.out = link(net, x, t);
+    } else if (auto* af = std::get_if<InsertionAfter>(&a.insertion)) {
+      auto* t = const_cast<Transition*>(af->t);
+      for (const Place* cp : af->places) {
         auto* p = const_cast<Place*>(cp);
         p->preset.erase(t);
         t->postset.erase(p);
         addTransitionArc(x, p);
       }
-      link(net, t, x);
-    } else if (auto* c = std::get_if<InsertionConcurrent>(&insertion)) {
-      link(net, const_cast<Transition*>(c->u), x)->tokens = c->marked ? 1 : 0;
-      link(net, x, const_cast<Transition*>(c->t));
+      a.into = link(net, t, x);
+    } else if (auto* c = std::get_if<InsertionConcurrent>(&a.insertion)) {
+      a.into = link(net, const_cast<Transition*>(c->u), x);
+      a.into->tokens = c->marked ? 1 : 0;
+      a.out = link(net, x, const_cast<Transition*>(c->t));
     } else {
       reportError("internal error: a general insertion is not made by -R");
       return false;
@@ -226,7 +240,14 @@ bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vect
   sortArcs(net);
   insertedSignals_.push_back(signal);
   if (verbosity >= 1) printTo(stdout, "\n inserted signal %s: %s", name.c_str(), solution.transformationText().c_str());
-  return unfold();
+  last_.reset();
+  if (!insertIntoPrefix(*prefix_, applied)) {
+    // The rewrite is checked against the net; a prefix that does not match is built anew.
+    ++rebuiltPrefixes;
+    cores_.clear();
+    return unfold();
+  }
+  return checkPrefix();
 }
 
 bool EncodingResolver::run() {
@@ -234,9 +255,10 @@ bool EncodingResolver::run() {
   bool iterate = options_["all_solutions"] == 0 && options_["min_cost"] != 0;
   if (!iterate) return step(false) && !solutions_.empty();
   for (uint32_t k = 0; k < stepLimit; ++k) {
-    size_t before = solutions_.size();
     if (!step(true)) return false;
-    if (!coresLeft_ || solutions_.size() == before) break;
+    if (!coresLeft_ || solutions_.empty()) break;
+    for (auto& s : solutions_) applied_.push_back(std::move(s));
+    solutions_.clear();
   }
   if (!coresLeft_) {
     if (writeFiles) writeStg("nurex");

@@ -92,6 +92,8 @@ class EncodingResolver : public SearchModeBase {
   void describe() override;
   void print_statistics() override;
   const ResultList& result_list() const override { return solutions_; }
+  // The transformations that -f applied, in order.
+  const ResultList& applied() const { return applied_; }
 
   // "all conflicts resolved", or "cannot make further progress", with the counts.
   std::string report() const;
@@ -104,6 +106,8 @@ class EncodingResolver : public SearchModeBase {
   // Each step resolves at least one core, but new ones can appear where x is excited, so the
   // loop has a bound of its own all the same.
   uint32_t stepLimit = 200;
+  // Insertions after which the prefix had to be unfolded again instead of rewritten.
+  uint32_t rebuiltPrefixes = 0;
 
  private:
   // One search over the current prefix; false after an error. Leaves its solutions.
@@ -114,12 +118,14 @@ class EncodingResolver : public SearchModeBase {
   // The valid reductions that leave fewer CSC conflicts than there are, cheapest first.
   std::vector<std::unique_ptr<ResolutionSolution>> usefulReductions();
   bool unfold();
+  // The size limit, the signs of events and the consistency of the inserted signals.
+  bool checkPrefix();
   void writeStg(const std::string& base) const;
 
   OptionMap options_;
   std::unique_ptr<StgPrefix> prefix_;
   std::vector<CscCore> cores_;
-  ResultList solutions_;
+  ResultList solutions_, applied_;
   std::vector<const Signal*> insertedSignals_;
   uint32_t appliedReductions_ = 0;
   bool coresLeft_ = false;

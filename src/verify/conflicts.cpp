@@ -212,7 +212,7 @@ bool ConflictMode::solve_first() {
 }
 
 bool ConflictMode::limit_reached() const {
-  return all_solutions >= 0 && solutions.size() >= static_cast<uint64_t>(all_solutions);
+  return all_solutions >= 0 && solutions.size() + rejected_cores_ >= static_cast<uint64_t>(all_solutions);
 }
 
 void ConflictMode::collect_cores() {
@@ -227,9 +227,11 @@ void ConflictMode::collect_cores() {
     formula.print_instance_size();
     if (!formula.solve()) return;
     ConfigurationPair core = model_pair();
-    add_solution();
+    bool rejected = reject_core && reject_core(core, known_cores_);
+    if (!rejected) add_solution();
+    else ++rejected_cores_;
     exclude_core(core, BlockingGroup);
-    known_cores_.push_back(std::move(core));
+    if (!rejected) known_cores_.push_back(std::move(core));
   }
 }
 

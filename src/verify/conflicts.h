@@ -3,6 +3,7 @@
 // shared with normalcy checking and conflict resolution.
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -58,6 +59,9 @@ class ConflictMode : public SearchMode<StgPrefix> {
   // Pairs that the search must not find (again): those given before the run, and each
   // core found while enumerating.
   void add_known_core(ConfigurationPair core) { known_cores_.push_back(std::move(core)); }
+  // Consulted for each new core while enumerating: a core it rejects is excluded from the
+  // search but not recorded; it still counts towards the limit of -a, which bounds the work.
+  std::function<bool(const ConfigurationPair& core, const std::vector<ConfigurationPair>& known)> reject_core;
   const std::vector<ConfigurationPair>& known_cores() const { return known_cores_; }
 
   const bool csc;
@@ -96,7 +100,8 @@ class ConflictMode : public SearchMode<StgPrefix> {
 
   SignalEncoding signals;
   std::vector<ConfigurationPair> known_cores_;
-  size_t cores_at_build_ = 0;  // known cores whose clauses live in the item group
+  size_t cores_at_build_ = 0;
+  size_t rejected_cores_ = 0;  // known cores whose clauses live in the item group
   std::vector<Literal> at_least_;  // at_least_[j]: more than j events in the two records
 };
 

@@ -25,6 +25,7 @@ struct Outcome {
   bool error = false, resolved = false;
   size_t signals = 0, parallel = 0;  // signals inserted; parallel insertions among them
   size_t reductions = 0;
+  size_t rebuilt = 0;  // insertions after which the prefix was unfolded again, not rewritten
   size_t lockedPairs = 0;
   std::string notAlternating;  // pairs reported locked that do not alternate
   std::string judged;  // the judge's failure, empty when accepted
@@ -52,14 +53,15 @@ Outcome resolve(const StgPrefix& prefix, uint32_t steps = 200, int concurrent = 
     outcome.resolved = resolver.resolved();
     outcome.signals = resolver.insertedSignals();
     outcome.reductions = resolver.appliedReductions();
-    for (const auto& solution : resolver.result_list())
+    outcome.rebuilt = resolver.rebuiltPrefixes;
+    for (const auto& solution : resolver.applied())
       for (const Insertion& i : static_cast<const TransformationCost&>(*solution).transformation)
         outcome.parallel += !isSequential(i);
     // Later insertions keep the order of the earlier signals' edges, so a signal reported
     // locked with the new one at its step must alternate with it in the final STG.
-    for (size_t k = 0; k < resolver.result_list().size() && resolver.resolved() && !reduce; ++k) {
+    for (size_t k = 0; k < resolver.applied().size() && resolver.resolved() && !reduce; ++k) {
       std::string name = k ? "csc" + std::to_string(k) : "csc";
-      for (const std::string& s : static_cast<const ResolutionSolution&>(*resolver.result_list()[k]).lockedSignals) {
+      for (const std::string& s : static_cast<const ResolutionSolution&>(*resolver.applied()[k]).lockedSignals) {
         ++outcome.lockedPairs;
         if (!signalsAlternate(resolver.net(), name, s)) outcome.notAlternating += name + "/" + s + " ";
       }
@@ -98,6 +100,7 @@ TEST(ResolutionDifferential, BenchmarksAndRegressions) {
     EXPECT_TRUE(o.resolved);
     EXPECT_EQ(o.judged, "") << o.output;
     EXPECT_EQ(o.notAlternating, "");
+    EXPECT_EQ(o.rebuilt, 0u);
     Outcome r = resolve(unit->get<StgPrefix>(), 200, 0, true);
     ASSERT_FALSE(r.error);
     EXPECT_TRUE(r.resolved);
@@ -141,6 +144,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
       // Every other seed may also place the new signal's transitions in parallel (-p1).
       Outcome o = resolve(*prefix, 6, seed % 2 ? 1 : 0);
       ASSERT_FALSE(o.error) << gText(*prefix);
+      EXPECT_EQ(o.rebuilt, 0u) << gText(*prefix);
       if (!o.resolved) {
         if (getenv("NUREX_DUMP_UNRESOLVED")) std::printf("=== seed %llu variant %d\n%s\n", (unsigned long long)seed, variant, gText(*prefix).c_str());
         continue;
