@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <set>
+#include <tuple>
 #include <utility>
 
 #include "model/formats/format_common.h"
@@ -195,10 +195,51 @@ void* lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind) {
   return found->second.node;
 }
 
-bool readArcs(XmlElement page, const XmlIdMap& ids, const ArcLink& link) {
-  std::set<std::pair<void*, void*>> seen[2];  // by direction: place-to-transition, transition-to-place
+namespace {
+
+// Which arcs of the page repeat an earlier one, by their position among the arcs. Sorting
+// costs a few bytes an arc for a moment, where a set of all arcs would hold several times that
+// through the read. Arcs that cannot be linked are left to the reading pass to report.
+std::vector<bool> repeatedArcs(XmlElement page, const XmlIdMap& ids) {
+  struct Arc {
+    void *place, *transition;
+    uint32_t position;
+    bool toTransition;
+  };
+  std::vector<Arc> arcs;
+  uint32_t position = 0;
   for (XmlElement arc = page.firstChild(); arc; arc = arc.nextSibling()) {
     if (!hasName(arc, "arc")) continue;
+    uint32_t at = position++;
+    const char* source = arc.attribute("source");
+    const char* target = arc.attribute("target");
+    if (!source || !target) continue;
+    auto from = ids.find(source), to = ids.find(target);
+    if (from == ids.end() || to == ids.end() || (from->second.kind == XmlPlace) == (to->second.kind == XmlPlace) ||
+        from->second.kind == XmlSignal || to->second.kind == XmlSignal)
+      continue;
+    bool toTransition = from->second.kind == XmlPlace;
+    arcs.push_back({toTransition ? from->second.node : to->second.node, toTransition ? to->second.node : from->second.node,
+                    at, toTransition});
+  }
+  auto key = [](const Arc& a) { return std::make_tuple(a.toTransition, a.place, a.transition, a.position); };
+  std::sort(arcs.begin(), arcs.end(), [&](const Arc& a, const Arc& b) { return key(a) < key(b); });
+  std::vector<bool> repeated(position, false);
+  for (size_t i = 1; i < arcs.size(); ++i)
+    if (arcs[i].toTransition == arcs[i - 1].toTransition && arcs[i].place == arcs[i - 1].place &&
+        arcs[i].transition == arcs[i - 1].transition)
+      repeated[arcs[i].position] = true;
+  return repeated;
+}
+
+}  // namespace
+
+bool readArcs(XmlElement page, const XmlIdMap& ids, const ArcLink& link) {
+  std::vector<bool> repeated = repeatedArcs(page, ids);
+  uint32_t position = 0;
+  for (XmlElement arc = page.firstChild(); arc; arc = arc.nextSibling()) {
+    if (!hasName(arc, "arc")) continue;
+    uint32_t at = position++;
     const char* source = requireAttribute(arc, "source");
     const char* target = source ? requireAttribute(arc, "target") : nullptr;
     if (!target) return false;
@@ -212,12 +253,12 @@ bool readArcs(XmlElement page, const XmlIdMap& ids, const ArcLink& link) {
       reportError("arc " + std::string(source) + " --> " + target + " does not join a place and a transition");
       return false;
     }
-    void* place = placeToTransition ? from->second.node : to->second.node;
-    void* transition = placeToTransition ? to->second.node : from->second.node;
-    if (!seen[placeToTransition ? 0 : 1].emplace(place, transition).second) {
+    if (repeated[at]) {
       reportWarning(ignoringDuplicateArc(source, target));
       continue;
     }
+    void* place = placeToTransition ? from->second.node : to->second.node;
+    void* transition = placeToTransition ? to->second.node : from->second.node;
     if (!link(place, transition, placeToTransition)) return false;
   }
   return true;
