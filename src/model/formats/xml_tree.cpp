@@ -5,9 +5,9 @@
 #include "model/formats/xml_tree.h"
 
 #include <cstring>
-#include <new>
-
 #include <rapidxml/rapidxml.hpp>
+
+#include "platform/memory.h"
 
 namespace nurex {
 
@@ -39,6 +39,8 @@ void XmlElement::setAttribute(const char* name, std::string_view value) {
     }
 }
 
+void XmlTree::exhausted() { outOfMemory(); }
+
 XmlTree::XmlTree() {
   addString("");
   elements_.push({0, 0, 0, 0});
@@ -61,7 +63,8 @@ uint32_t XmlTree::addString(std::string_view text) {
   if (stringSlots_.empty() || used == 0 || used + size > StringBlock) {
     uint64_t slots = (size + StringBlock - 1) >> StringShift;
     stringEnd_ = uint64_t(stringSlots_.size()) << StringShift;
-    if (stringEnd_ + (slots << StringShift) > (uint64_t(1) << 32)) throw std::bad_alloc();
+    // Offsets are 32 bits; a document with more text than that is treated as memory exhausted.
+    if (stringEnd_ + (slots << StringShift) > (uint64_t(1) << 32)) outOfMemory();
     std::unique_ptr<char[]> block(new char[slots << StringShift]);
     for (uint64_t s = 0; s < slots; ++s) stringSlots_.push_back(block.get() + (s << StringShift));
     stringBlocks_.push_back(std::move(block));

@@ -60,15 +60,19 @@ class XmlTree {
     uint32_t name, value;
   };
   static constexpr uint32_t HasChildren = 0x80000000u;
+  [[noreturn]] static void exhausted();
 
   // Fixed blocks, so that growing never copies what is there.
   template <class T>
   class Blocks {
    public:
-    static constexpr uint32_t Shift = 14, Size = 1u << Shift;
+    static constexpr uint32_t Shift = 14, Size = 1u << Shift, MaxSize = 0x7FFFFFFFu;
     T& operator[](uint32_t i) { return blocks_[i >> Shift][i & (Size - 1)]; }
     uint32_t size() const { return size_; }
     uint32_t push(const T& item) {
+      // Numbers keep their top bit free (a flag of the attribute index); running out of them
+      // is running out of memory.
+      if (size_ == MaxSize) exhausted();
       if ((size_ & (Size - 1)) == 0) blocks_.push_back(std::make_unique<T[]>(Size));
       (*this)[size_] = item;
       return size_++;

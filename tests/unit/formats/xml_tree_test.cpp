@@ -19,14 +19,21 @@ std::string near(const char* where) {
   return text;
 }
 
+// One element of a dump: its name, attributes and value.
+void dumpElement(const char* name, const std::vector<std::pair<const char*, const char*>>& attributes, const char* value,
+                 std::string& out) {
+  out.append("<").append(name);
+  for (const auto& [attribute, text] : attributes) out.append(" ").append(attribute).append("=[").append(text).append("]");
+  out.append(">[").append(value).append("]");
+}
+
 void dump(const rapidxml::xml_node<char>* node, std::string& out) {
   for (const auto* e = node->first_node(); e; e = e->next_sibling()) {
-    out += "<" + std::string(e->name());
-    for (const auto* a = e->first_attribute(); a; a = a->next_attribute())
-      out += " " + std::string(a->name()) + "=[" + a->value() + "]";
-    out += ">[" + std::string(e->value()) + "]";
+    std::vector<std::pair<const char*, const char*>> attributes;
+    for (const auto* a = e->first_attribute(); a; a = a->next_attribute()) attributes.emplace_back(a->name(), a->value());
+    dumpElement(e->name(), attributes, e->value(), out);
     dump(e, out);
-    out += "</>";
+    out.append("</>");
   }
 }
 
@@ -34,15 +41,15 @@ void dump(const rapidxml::xml_node<char>* node, std::string& out) {
 void dump(XmlElement node, const rapidxml::xml_node<char>* shape, std::string& out) {
   const auto* s = shape ? shape->first_node() : nullptr;
   for (XmlElement e = node.firstChild(); e; e = e.nextSibling(), s = s ? s->next_sibling() : nullptr) {
-    out += "<" + std::string(e.name());
+    std::vector<std::pair<const char*, const char*>> attributes;
     if (s)
       for (const auto* a = s->first_attribute(); a; a = a->next_attribute()) {
         const char* value = e.attribute(a->name());
-        out += " " + std::string(a->name()) + "=[" + (value ? value : "(none)") + "]";
+        attributes.emplace_back(a->name(), value ? value : "(none)");
       }
-    out += ">[" + std::string(e.value()) + "]";
+    dumpElement(e.name(), attributes, e.value(), out);
     dump(e, s, out);
-    out += "</>";
+    out.append("</>");
   }
 }
 
@@ -75,12 +82,12 @@ Outcomes parseBoth(const std::string& text, size_t chunk) {
     dump(&document, outcomes.rapid);
     parsed = true;
   } catch (const rapidxml::parse_error& e) {
-    outcomes.rapid = std::string(e.what()) + " (" + near(e.where<char>()) + ")";
+    outcomes.rapid.append(e.what()).append(" (").append(near(e.where<char>())).append(")");
   }
   XmlTree tree;
   XmlParseResult result = parseInPieces(text, chunk, 1000, tree);
   if (result.error.empty()) dump(tree.root(), parsed ? &document : nullptr, outcomes.streamed);
-  else outcomes.streamed = result.error + " (" + result.near + ")";
+  else outcomes.streamed.append(result.error).append(" (").append(result.near).append(")");
   return outcomes;
 }
 
