@@ -11,7 +11,7 @@ namespace nurex {
 
 namespace {
 
-bool checkNetType(const XmlNode* element, const char* expected) {
+bool checkNetType(XmlElement element, const char* expected) {
   const char* type = requireAttribute(element, "type");
   if (!type) return false;
   if (std::strcmp(type, expected) != 0) {
@@ -22,7 +22,7 @@ bool checkNetType(const XmlNode* element, const char* expected) {
 }
 
 // One of `values`, whose position is returned; the incorrect-value error otherwise.
-bool readChoice(const XmlNode* node, const char* attribute, const std::vector<const char*>& values, uint8_t& out) {
+bool readChoice(XmlElement node, const char* attribute, const std::vector<const char*>& values, uint8_t& out) {
   const char* value = requireAttribute(node, attribute);
   if (!value) return false;
   for (size_t i = 0; i < values.size(); ++i)
@@ -30,11 +30,11 @@ bool readChoice(const XmlNode* node, const char* attribute, const std::vector<co
       out = static_cast<uint8_t>(i);
       return true;
     }
-  reportError(incorrectAttributeValue(attribute, node->name(), value));
+  reportError(incorrectAttributeValue(attribute, node.name(), value));
   return false;
 }
 
-bool readSignal(const XmlNode* element, Stg& stg, XmlIdMap& ids, std::unordered_set<std::string>& names) {
+bool readSignal(XmlElement element, Stg& stg, XmlIdMap& ids, std::unordered_set<std::string>& names) {
   Signal* s = stg.signals.add(new Signal);
   if (!registerXmlId(element, XmlSignal, s, ids)) return false;
   const char* name = requireChildText(element, "name");
@@ -55,8 +55,8 @@ bool readSignal(const XmlNode* element, Stg& stg, XmlIdMap& ids, std::unordered_
   return true;
 }
 
-bool readTransitionSignal(const XmlNode* element, const XmlIdMap& ids, Transition* t) {
-  XmlNode* signal = requireChild(element, "signal");
+bool readTransitionSignal(XmlElement element, const XmlIdMap& ids, Transition* t) {
+  XmlElement signal = requireChild(element, "signal");
   const char* ref = signal ? requireAttribute(signal, "ref") : nullptr;
   if (!ref || !lookUpXmlId(ids, ref, XmlSignal, t->signal)) return false;
   uint8_t sign;
@@ -67,15 +67,15 @@ bool readTransitionSignal(const XmlNode* element, const XmlIdMap& ids, Transitio
 
 // Places and transitions of the page (signals must be read before).
 template <class Net>
-bool readNodes(const XmlNode* page, Net& net, XmlIdMap& ids) {
-  for (XmlNode* element = page->first_node(); element; element = element->next_sibling()) {
+bool readNodes(XmlElement page, Net& net, XmlIdMap& ids) {
+  for (XmlElement element = page.firstChild(); element; element = element.nextSibling()) {
     if (hasName(element, "place")) {
       Place* p = net.places.add(new Place);
       if (!registerXmlId(element, XmlPlace, p, ids)) return false;
       const char* name = requireChildText(element, "name");
       if (!name) return false;
       p->name = name;
-      XmlNode* marking = findChild(element, "initialMarking");
+      XmlElement marking = findChild(element, "initialMarking");
       if (marking && !readDecimal(marking, 0, p->tokens)) return false;
     } else if (hasName(element, "transition")) {
       Transition* t = net.transitions.add(new Transition);
@@ -91,14 +91,14 @@ bool readNodes(const XmlNode* page, Net& net, XmlIdMap& ids) {
 }
 
 template <class Net>
-bool readOriginalNet(const XmlNode* element, Net& net, XmlIdMap& ids) {
+bool readOriginalNet(XmlElement element, Net& net, XmlIdMap& ids) {
   if (!checkNetType(element, Net::isStg ? "STG" : "low_level_net")) return false;
-  XmlNode* page = requireChild(element, "page");
+  XmlElement page = requireChild(element, "page");
   if (!page) return false;
   reserveXmlIds(page, ids);
   if constexpr (Net::isStg) {
     std::unordered_set<std::string> names;
-    for (XmlNode* signal = page->first_node(); signal; signal = signal->next_sibling())
+    for (XmlElement signal = page.firstChild(); signal; signal = signal.nextSibling())
       if (hasName(signal, "signal") && !readSignal(signal, net, ids, names)) return false;
   }
   if (!readNodes(page, net, ids)) return false;
@@ -116,8 +116,8 @@ bool readOriginalNet(const XmlNode* element, Net& net, XmlIdMap& ids) {
 
 }  // namespace
 
-bool readLowLevelNet(const XmlNode* element, PetriNet& net, XmlIdMap& ids) { return readOriginalNet(element, net, ids); }
+bool readLowLevelNet(XmlElement element, PetriNet& net, XmlIdMap& ids) { return readOriginalNet(element, net, ids); }
 
-bool readStg(const XmlNode* element, Stg& stg, XmlIdMap& ids) { return readOriginalNet(element, stg, ids); }
+bool readStg(XmlElement element, Stg& stg, XmlIdMap& ids) { return readOriginalNet(element, stg, ids); }
 
 }  // namespace nurex

@@ -8,7 +8,7 @@ namespace nurex {
 
 // Read the `net` element (type "low_level_net" / "STG") into `net`, registering the XML ids
 // of its nodes; the nodes are then sorted by name. False after a reported error.
-bool readLowLevelNet(const XmlNode* element, PetriNet& net, XmlIdMap& ids);
-bool readStg(const XmlNode* element, Stg& stg, XmlIdMap& ids);
+bool readLowLevelNet(XmlElement element, PetriNet& net, XmlIdMap& ids);
+bool readStg(XmlElement element, Stg& stg, XmlIdMap& ids);
 
 }  // namespace nurex

@@ -19,59 +19,59 @@ constexpr const char* MergedLowLevel = "merged_process:low_level_net";
 constexpr const char* MergedStg = "merged_process:STG";
 
 template <class Net>
-bool readOriginal(const XmlNode* element, Net& net, XmlIdMap& ids) {
+bool readOriginal(XmlElement element, Net& net, XmlIdMap& ids) {
   if constexpr (Net::isStg) return readStg(element, net, ids);
   else return readLowLevelNet(element, net, ids);
 }
 
 // The place or transition of the original net that a prefix node instantiates.
 template <class T>
-bool readOriginalNode(const XmlNode* element, const XmlIdMap& originalIds, XmlIdKind kind, T*& out) {
-  XmlNode* original = requireChild(element, "originalNode");
+bool readOriginalNode(XmlElement element, const XmlIdMap& originalIds, XmlIdKind kind, T*& out) {
+  XmlElement original = requireChild(element, "originalNode");
   const char* ref = original ? requireAttribute(original, "ref") : nullptr;
   return ref && lookUpXmlId(originalIds, ref, kind, out);
 }
 
-bool readCondition(const XmlNode* element, const XmlIdMap& originalIds, Condition* c) {
+bool readCondition(XmlElement element, const XmlIdMap& originalIds, Condition* c) {
   return readOriginalNode(element, originalIds, XmlPlace, c->place);
 }
 
-bool readCondition(const XmlNode* element, const XmlIdMap& originalIds, MpCondition* c) {
+bool readCondition(XmlElement element, const XmlIdMap& originalIds, MpCondition* c) {
   if (!readOriginalNode(element, originalIds, XmlPlace, c->place)) return false;
-  XmlNode* depth = requireChild(element, "occurrence_depth");
+  XmlElement depth = requireChild(element, "occurrence_depth");
   if (!depth || !readDecimal(depth, 1, c->occurrenceDepth)) return false;
-  XmlNode* marking = findChild(element, "initialMarking");
+  XmlElement marking = findChild(element, "initialMarking");
   return !marking || readDecimal(marking, 0, c->tokens);
 }
 
 // No `correspondent` leaves the correspondent unknown; otherwise its `ref` children name
 // the correspondents, none meaning the initial state.
-bool readCutOff(const XmlNode* cutOff, const XmlIdMap& ids, Event* e) {
-  XmlNode* correspondent = findChild(cutOff, "correspondent");
+bool readCutOff(XmlElement cutOff, const XmlIdMap& ids, Event* e) {
+  XmlElement correspondent = findChild(cutOff, "correspondent");
   if (!correspondent) {
     e->correspondent.setUnknown();
     return true;
   }
   CutOffLink::EventList list;
-  for (XmlNode* ref = correspondent->first_node(); ref; ref = ref->next_sibling()) {
+  for (XmlElement ref = correspondent.firstChild(); ref; ref = ref.nextSibling()) {
     if (!hasName(ref, "ref")) continue;
     Event* other;
-    if (!lookUpXmlId(ids, ref->value(), XmlTransition, other)) return false;
+    if (!lookUpXmlId(ids, ref.value(), XmlTransition, other)) return false;
     list.push_back(other);
   }
   setCorrespondents(e, list);
   return true;
 }
 
-bool readEvent(const XmlNode* element, const XmlIdMap& originalIds, const XmlIdMap& ids, Event* e) {
+bool readEvent(XmlElement element, const XmlIdMap& originalIds, const XmlIdMap& ids, Event* e) {
   if (!readOriginalNode(element, originalIds, XmlTransition, e->transition)) return false;
-  XmlNode* cutOff = findChild(element, "cut-off");
+  XmlElement cutOff = findChild(element, "cut-off");
   return !cutOff || readCutOff(cutOff, ids, e);
 }
 
-bool readEvent(const XmlNode* element, const XmlIdMap& originalIds, const XmlIdMap&, MpEvent* e) {
+bool readEvent(XmlElement element, const XmlIdMap& originalIds, const XmlIdMap&, MpEvent* e) {
   if (!readOriginalNode(element, originalIds, XmlTransition, e->transition)) return false;
-  e->isCutOff = findChild(element, "cut-off") != nullptr;
+  e->isCutOff = static_cast<bool>(findChild(element, "cut-off"));
   return true;
 }
 
@@ -111,18 +111,18 @@ const char* conditionIdOf(const XmlIdMap& ids, const void* condition) {
 
 // Pass 1 makes the nodes and their ids, pass 2 fills them, pass 3 reads the arcs.
 template <class Unit>
-bool readPrefixPage(const XmlNode* page, Unit& unit, const XmlIdMap& originalIds) {
+bool readPrefixPage(XmlElement page, Unit& unit, const XmlIdMap& originalIds) {
   using C = typename Unit::ConditionType;
   using E = typename Unit::EventType;
   XmlIdMap ids;
   reserveXmlIds(page, ids);
-  for (XmlNode* element = page->first_node(); element; element = element->next_sibling()) {
+  for (XmlElement element = page.firstChild(); element; element = element.nextSibling()) {
     if (hasName(element, "place") && !registerXmlId(element, XmlPlace, unit.conditions.add(new C), ids)) return false;
     if (hasName(element, "transition") && !registerXmlId(element, XmlTransition, unit.events.add(new E), ids))
       return false;
   }
   uint32_t condition = 0, event = 0;
-  for (XmlNode* element = page->first_node(); element; element = element->next_sibling()) {
+  for (XmlElement element = page.firstChild(); element; element = element.nextSibling()) {
     if (hasName(element, "place") && !readCondition(element, originalIds, unit.conditions[condition++])) return false;
     if (hasName(element, "transition") && !readEvent(element, originalIds, ids, unit.events[event++])) return false;
   }
@@ -145,15 +145,15 @@ bool readPrefixPage(const XmlNode* page, Unit& unit, const XmlIdMap& originalIds
 }
 
 template <class Unit>
-std::unique_ptr<Unit> readPnmlPrefix(const XmlNode* net) {
+std::unique_ptr<Unit> readPnmlPrefix(XmlElement net) {
   auto unit = std::make_unique<Unit>();
-  XmlNode* original = requireChild(net, "original_net");
-  XmlNode* originalNet = original ? requireChild(original, "net") : nullptr;
+  XmlElement original = requireChild(net, "original_net");
+  XmlElement originalNet = original ? requireChild(original, "net") : XmlElement();
   XmlIdMap originalIds;
   if (!originalNet || !readOriginal(originalNet, *unit, originalIds)) return nullptr;
-  if (XmlNode* name = findChild(net, "name"))
-    if (XmlNode* text = findChild(name, "text")) unit->name = text->value();
-  XmlNode* page = requireChild(net, "page");
+  if (XmlElement name = findChild(net, "name"))
+    if (XmlElement text = findChild(name, "text")) unit->name = text.value();
+  XmlElement page = requireChild(net, "page");
   if (!page || !readPrefixPage(page, *unit, originalIds)) return nullptr;
   if constexpr (std::is_same_v<Unit, StgPrefix>)
     if (!inferSignalValues(*unit)) return nullptr;
@@ -166,37 +166,37 @@ bool contains(const std::vector<std::string>& list, const char* item) {
 }
 
 // Steps 1 to 4 of the top: the `net` element and its accepted `type`, or null.
-XmlNode* acceptedNet(XmlDocument& document, const std::vector<std::string>& acceptedTypes) {
-  XmlNode* pnml = document.first_node();
+XmlElement acceptedNet(XmlTree& document, const std::vector<std::string>& acceptedTypes) {
+  XmlElement pnml = document.root().firstChild();
   if (!pnml) {
     reportError(xmlHasNoChildren("ROOT"));
-    return nullptr;
+    return {};
   }
   if (!hasName(pnml, "pnml")) {
     reportError(xmlMustHaveChild("ROOT", "pnml"));
-    return nullptr;
+    return {};
   }
-  XmlNode* net = pnml->first_node();
+  XmlElement net = pnml.firstChild();
   if (!net) {
     reportError(xmlHasNoChildren("pnml"));
-    return nullptr;
+    return {};
   }
   if (!hasName(net, "net")) {
     reportError(xmlMustHaveChild("pnml", "net"));
-    return nullptr;
+    return {};
   }
-  auto* type = net->first_attribute("type");
+  const char* type = net.attribute("type");
   if (!type) {
     reportError(xmlMustHaveAttribute("net", "type"));
-    return nullptr;
+    return {};
   }
-  if (contains(acceptedTypes, type->value())) return net;
+  if (contains(acceptedTypes, type)) return net;
   if (!contains(acceptedTypes, "low_level_net")) {
-    reportError(unexpectedNetType(type->value()));
-    return nullptr;
+    reportError(unexpectedNetType(type));
+    return {};
   }
-  reportWarning(unexpectedNetType(type->value()) + "; attempting to read as a low-level net");
-  type->value("low_level_net");
+  reportWarning(unexpectedNetType(type) + "; attempting to read as a low-level net");
+  net.setAttribute("type", "low_level_net");
   return net;
 }
 
@@ -205,9 +205,9 @@ XmlNode* acceptedNet(XmlDocument& document, const std::vector<std::string>& acce
 bool readPnmlUnit(const std::string& fileName, const std::vector<std::string>& acceptedTypes, LoadedUnit& out) {
   auto input = readXmlDocument(fileName);
   if (!input) return false;
-  XmlNode* net = acceptedNet(input->document, acceptedTypes);
+  XmlElement net = acceptedNet(*input, acceptedTypes);
   if (!net) return false;
-  const char* type = net->first_attribute("type")->value();
+  const char* type = net.attribute("type");
   if (!std::strcmp(type, BranchingLowLevel)) out.petriNetPrefix = readPnmlPrefix<PetriNetPrefix>(net);
   else if (!std::strcmp(type, BranchingStg)) out.stgPrefix = readPnmlPrefix<StgPrefix>(net);
   else if (!std::strcmp(type, MergedLowLevel)) out.petriNetMergedProcess = readPnmlPrefix<PetriNetMergedProcess>(net);

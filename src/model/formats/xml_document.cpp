@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
-#include <set>
+#include <tuple>
 #include <utility>
 
 #include "model/formats/format_common.h"
@@ -16,6 +15,10 @@ namespace nurex {
 
 namespace {
 
+// PNML nests a handful of levels; deeper documents are refused before they are read, as
+// they were when the parser recursed once per level.
+constexpr uint32_t MaxXmlDepth = 256;
+
 std::string quoted(std::string_view text) {
   std::string out;
   out.reserve(text.size() + 2);
@@ -23,96 +26,61 @@ std::string quoted(std::string_view text) {
   return out;
 }
 
-bool readGzipFile(const std::string& fileName, std::string& text) {
-  GzipInputBuffer gzip(fileName);
-  if (!gzip.isOpen()) {
-    reportError(cannotOpenForInput(fileName));
+// The parser's findings, in the order in which a whole-file read would meet them: a fault
+// of the file or of its gzip data, then a nesting too deep to parse, then the syntax.
+bool reportParse(const XmlParseResult& parsed, XmlTree& tree, const std::string& fileName) {
+  if (parsed.tooDeep) {
+    reportError("syntax error in an XML file: elements nested more than " + std::to_string(MaxXmlDepth) + " deep (" +
+                fileName + ")");
     return false;
   }
-  text.assign(std::istreambuf_iterator<char>(&gzip), std::istreambuf_iterator<char>());
-  if (gzip.failed()) {
-    // A damaged or plain file behind a gzip name is a fault of the document's syntax.
-    reportError("syntax error in an XML file: " + gzip.error() + " (" + fileName + ")");
+  if (!parsed.error.empty()) {
+    reportError("syntax error in an XML file: " + parsed.error + " (" + parsed.near + ")");
+    return false;
+  }
+  // A second document behind the first (two gzip members, say) would otherwise go unread.
+  if (tree.topLevelElements() > 1) {
+    reportError("syntax error in an XML file: more than one root element (" + fileName + ")");
     return false;
   }
   return true;
 }
 
-// The text where the parser stopped, up to the end of its line and at most 40 characters.
-std::string textAt(const char* where) {
-  size_t length = 0;
-  while (length < 40 && where[length] && where[length] != '\n' && where[length] != '\r') ++length;
-  return std::string(where, length);
-}
-
-// PNML nests a handful of levels; the parser recurses once per level, so a document nested
-// deeper than this would overflow the stack before it could be refused.
-constexpr uint32_t MaxXmlDepth = 256;
-
-size_t skipPast(const std::string& text, size_t from, const char* end) {
-  size_t at = text.find(end, from);
-  return at == std::string::npos ? text.size() : at + std::strlen(end);
-}
-
-// The nesting depth of elements, found by a scan that knows comments, CDATA sections,
-// processing instructions, declarations and quoted attribute values. It stops as soon as
-// the depth passes `limit`.
-uint32_t elementDepth(const std::string& text, uint32_t limit) {
-  uint32_t depth = 0, deepest = 0;
-  size_t i = 0, n = text.size();
-  while (i < n && deepest <= limit) {
-    i = text.find('<', i);
-    if (i == std::string::npos) break;
-    if (text.compare(i, 4, "<!--") == 0) i = skipPast(text, i + 4, "-->");
-    else if (text.compare(i, 9, "<![CDATA[") == 0) i = skipPast(text, i + 9, "]]>");
-    else if (text.compare(i, 2, "<?") == 0) i = skipPast(text, i + 2, "?>");
-    else if (text.compare(i, 2, "<!") == 0) i = skipPast(text, i + 2, ">");
-    else if (text.compare(i, 2, "</") == 0) {
-      if (depth > 0) --depth;
-      i = skipPast(text, i + 2, ">");
-    } else {
-      char quote = 0;
-      size_t j = i + 1;
-      for (; j < n; ++j) {
-        char c = text[j];
-        if (quote) quote = c == quote ? 0 : quote;
-        else if (c == '"' || c == '\'') quote = c;
-        else if (c == '>') break;
-      }
-      if (j >= n || text[j - 1] != '/') deepest = std::max(deepest, ++depth);
-      i = j + 1;
-    }
-  }
-  return deepest;
-}
-
 }  // namespace
 
-std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName) {
-  auto input = std::make_unique<XmlInput>();
-  std::string& text = input->buffer;
-  if (endsWith(fileName, ".gz") ? !readGzipFile(fileName, text) : !readWholeFile(fileName, text)) return nullptr;
-  if (elementDepth(text, MaxXmlDepth) > MaxXmlDepth) {
-    reportError("syntax error in an XML file: elements nested more than " + std::to_string(MaxXmlDepth) +
-                " deep (" + fileName + ")");
-    return nullptr;
+std::unique_ptr<XmlTree> readXmlDocument(const std::string& fileName) {
+  auto tree = std::make_unique<XmlTree>();
+  XmlParseResult parsed;
+  if (endsWith(fileName, ".gz")) {
+    GzipInputBuffer gzip(fileName);
+    if (!gzip.isOpen()) {
+      reportError(cannotOpenForInput(fileName));
+      return nullptr;
+    }
+    parsed = parseXml([&gzip](char* buffer, size_t capacity) { return static_cast<size_t>(gzip.sgetn(buffer, capacity)); },
+                      MaxXmlDepth, *tree);
+    if (gzip.failed()) {
+      // A damaged or plain file behind a gzip name is a fault of the document's syntax.
+      reportError("syntax error in an XML file: " + gzip.error() + " (" + fileName + ")");
+      return nullptr;
+    }
+  } else {
+    FILE* file = std::fopen(fileName.c_str(), "rb");
+    if (!file) {
+      reportError(cannotOpenForInput(fileName));
+      return nullptr;
+    }
+    parsed = parseXml([file](char* buffer, size_t capacity) { return std::fread(buffer, 1, capacity, file); },
+                      MaxXmlDepth, *tree);
+    bool failed = std::ferror(file);
+    std::fclose(file);
+    if (failed) {
+      // A directory opens on some systems and then fails to read.
+      reportError(cannotOpenForInput(fileName));
+      return nullptr;
+    }
   }
-  // The string's own terminator ends the text for the parser, which writes into it in place.
-  try {
-    input->document.parse<rapidxml::parse_validate_closing_tags | rapidxml::parse_no_data_nodes>(input->buffer.data());
-  } catch (const rapidxml::parse_error& e) {
-    reportError("syntax error in an XML file: " + std::string(e.what()) + " (" + textAt(e.where<char>()) + ")");
-    return nullptr;
-  }
-  // A second document behind the first (two gzip members, say) would otherwise go unread.
-  int roots = 0;
-  for (const XmlNode* node = input->document.first_node(); node; node = node->next_sibling())
-    roots += node->type() == rapidxml::node_element;
-  if (roots > 1) {
-    reportError("syntax error in an XML file: more than one root element (" + fileName + ")");
-    return nullptr;
-  }
-  return input;
+  return reportParse(parsed, *tree, fileName) ? std::move(tree) : nullptr;
 }
 
 bool writeXmlFile(const std::string& fileName, const std::function<bool(std::streambuf&)>& print) {
@@ -158,42 +126,37 @@ std::string incorrectAttributeValue(std::string_view attribute, std::string_view
   return "attribute " + quoted(attribute) + " of XML node " + quoted(node) + " has incorrect value " + quoted(value);
 }
 
-bool hasName(const XmlNode* node, const char* name) {
-  return node->type() == rapidxml::node_element && std::strcmp(node->name(), name) == 0;
-}
+bool hasName(XmlElement node, const char* name) { return std::strcmp(node.name(), name) == 0; }
 
-XmlNode* findChild(const XmlNode* parent, const char* name) {
-  for (XmlNode* child = parent->first_node(); child; child = child->next_sibling())
+XmlElement findChild(XmlElement parent, const char* name) {
+  for (XmlElement child = parent.firstChild(); child; child = child.nextSibling())
     if (hasName(child, name)) return child;
-  return nullptr;
+  return {};
 }
 
-XmlNode* requireChild(const XmlNode* parent, const char* name) {
-  XmlNode* child = findChild(parent, name);
-  if (!child) reportError(xmlMustHaveChild(parent->name(), name));
+XmlElement requireChild(XmlElement parent, const char* name) {
+  XmlElement child = findChild(parent, name);
+  if (!child) reportError(xmlMustHaveChild(parent.name(), name));
   return child;
 }
 
-const char* requireAttribute(const XmlNode* node, const char* name) {
-  auto* attribute = node->first_attribute(name);
-  if (!attribute) {
-    reportError(xmlMustHaveAttribute(node->name(), name));
-    return nullptr;
-  }
-  return attribute->value();
+const char* requireAttribute(XmlElement node, const char* name) {
+  const char* value = node.attribute(name);
+  if (!value) reportError(xmlMustHaveAttribute(node.name(), name));
+  return value;
 }
 
-const char* requireText(const XmlNode* element) {
-  XmlNode* text = requireChild(element, "text");
-  return text ? text->value() : nullptr;
+const char* requireText(XmlElement element) {
+  XmlElement text = requireChild(element, "text");
+  return text ? text.value() : nullptr;
 }
 
-const char* requireChildText(const XmlNode* parent, const char* child) {
-  XmlNode* element = requireChild(parent, child);
+const char* requireChildText(XmlElement parent, const char* child) {
+  XmlElement element = requireChild(parent, child);
   return element ? requireText(element) : nullptr;
 }
 
-bool readDecimal(const XmlNode* element, uint32_t minimum, uint32_t& out) {
+bool readDecimal(XmlElement element, uint32_t minimum, uint32_t& out) {
   const char* text = requireText(element);
   if (!text) return false;
   uint64_t value = 0;
@@ -207,13 +170,13 @@ bool readDecimal(const XmlNode* element, uint32_t minimum, uint32_t& out) {
   return true;
 }
 
-void reserveXmlIds(const XmlNode* page, XmlIdMap& ids) {
+void reserveXmlIds(XmlElement page, XmlIdMap& ids) {
   size_t children = 0;
-  for (const XmlNode* child = page->first_node(); child; child = child->next_sibling()) ++children;
+  for (XmlElement child = page.firstChild(); child; child = child.nextSibling()) ++children;
   ids.reserve(ids.size() + children);
 }
 
-bool registerXmlId(const XmlNode* element, XmlIdKind kind, void* node, XmlIdMap& ids) {
+bool registerXmlId(XmlElement element, XmlIdKind kind, void* node, XmlIdMap& ids) {
   const char* id = requireAttribute(element, "id");
   if (!id) return false;
   if (!ids.emplace(id, XmlId{kind, node}).second) {
@@ -232,10 +195,51 @@ void* lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind) {
   return found->second.node;
 }
 
-bool readArcs(const XmlNode* page, const XmlIdMap& ids, const ArcLink& link) {
-  std::set<std::pair<void*, void*>> seen[2];  // by direction: place-to-transition, transition-to-place
-  for (XmlNode* arc = page->first_node(); arc; arc = arc->next_sibling()) {
+namespace {
+
+// Which arcs of the page repeat an earlier one, by their position among the arcs. Sorting
+// costs a few bytes an arc for a moment, where a set of all arcs would hold several times that
+// through the read. Arcs that cannot be linked are left to the reading pass to report.
+std::vector<bool> repeatedArcs(XmlElement page, const XmlIdMap& ids) {
+  struct Arc {
+    void *place, *transition;
+    uint32_t position;
+    bool toTransition;
+  };
+  std::vector<Arc> arcs;
+  uint32_t position = 0;
+  for (XmlElement arc = page.firstChild(); arc; arc = arc.nextSibling()) {
     if (!hasName(arc, "arc")) continue;
+    uint32_t at = position++;
+    const char* source = arc.attribute("source");
+    const char* target = arc.attribute("target");
+    if (!source || !target) continue;
+    auto from = ids.find(source), to = ids.find(target);
+    if (from == ids.end() || to == ids.end() || (from->second.kind == XmlPlace) == (to->second.kind == XmlPlace) ||
+        from->second.kind == XmlSignal || to->second.kind == XmlSignal)
+      continue;
+    bool toTransition = from->second.kind == XmlPlace;
+    arcs.push_back({toTransition ? from->second.node : to->second.node, toTransition ? to->second.node : from->second.node,
+                    at, toTransition});
+  }
+  auto key = [](const Arc& a) { return std::make_tuple(a.toTransition, a.place, a.transition, a.position); };
+  std::sort(arcs.begin(), arcs.end(), [&](const Arc& a, const Arc& b) { return key(a) < key(b); });
+  std::vector<bool> repeated(position, false);
+  for (size_t i = 1; i < arcs.size(); ++i)
+    if (arcs[i].toTransition == arcs[i - 1].toTransition && arcs[i].place == arcs[i - 1].place &&
+        arcs[i].transition == arcs[i - 1].transition)
+      repeated[arcs[i].position] = true;
+  return repeated;
+}
+
+}  // namespace
+
+bool readArcs(XmlElement page, const XmlIdMap& ids, const ArcLink& link) {
+  std::vector<bool> repeated = repeatedArcs(page, ids);
+  uint32_t position = 0;
+  for (XmlElement arc = page.firstChild(); arc; arc = arc.nextSibling()) {
+    if (!hasName(arc, "arc")) continue;
+    uint32_t at = position++;
     const char* source = requireAttribute(arc, "source");
     const char* target = source ? requireAttribute(arc, "target") : nullptr;
     if (!target) return false;
@@ -249,12 +253,12 @@ bool readArcs(const XmlNode* page, const XmlIdMap& ids, const ArcLink& link) {
       reportError("arc " + std::string(source) + " --> " + target + " does not join a place and a transition");
       return false;
     }
-    void* place = placeToTransition ? from->second.node : to->second.node;
-    void* transition = placeToTransition ? to->second.node : from->second.node;
-    if (!seen[placeToTransition ? 0 : 1].emplace(place, transition).second) {
+    if (repeated[at]) {
       reportWarning(ignoringDuplicateArc(source, target));
       continue;
     }
+    void* place = placeToTransition ? from->second.node : to->second.node;
+    void* transition = placeToTransition ? to->second.node : from->second.node;
     if (!link(place, transition, placeToTransition)) return false;
   }
   return true;

@@ -1,5 +1,5 @@
-// PNML documents through RapidXml: reading a file (plain or gzip) into a document parsed in
-// place, opening one for writing, and element access that reports the system's texts.
+// PNML documents: reading a file (plain or gzip) into a compact tree, opening one for
+// writing through RapidXml, and element access that reports the system's texts.
 #pragma once
 
 #include <cstdint>
@@ -13,20 +13,16 @@
 
 #include <rapidxml/rapidxml.hpp>
 
+#include "model/formats/xml_tree.h"
+
 namespace nurex {
 
 using XmlNode = rapidxml::xml_node<char>;
 using XmlDocument = rapidxml::xml_document<char>;
 
-// The document and the buffer that its names and values point into; they live together.
-struct XmlInput {
-  std::string buffer;
-  XmlDocument document;
-};
-
-// Opens the file (gzip if its name ends in ".gz"), reads it whole and parses it; null after
-// a reported error.
-std::unique_ptr<XmlInput> readXmlDocument(const std::string& fileName);
+// Opens the file (gzip if its name ends in ".gz") and parses it as it is read; null after a
+// reported error.
+std::unique_ptr<XmlTree> readXmlDocument(const std::string& fileName);
 // Opens the file (gzip if its name ends in ".gz") and lets `print` fill it; reports failures,
 // among them a false from `print`, which tells that a write was refused.
 bool writeXmlFile(const std::string& fileName, const std::function<bool(std::streambuf&)>& print);
@@ -42,19 +38,19 @@ std::string positiveIntegerExpected(std::string_view text);
 std::string ignoringDuplicateArc(std::string_view source, std::string_view target);
 std::string incorrectAttributeValue(std::string_view attribute, std::string_view node, std::string_view value);
 
-bool hasName(const XmlNode* node, const char* name);
+bool hasName(XmlElement node, const char* name);
 // The first child element of this name, or null; no report.
-XmlNode* findChild(const XmlNode* parent, const char* name);
+XmlElement findChild(XmlElement parent, const char* name);
 // The same, with "must have a child" when it is missing.
-XmlNode* requireChild(const XmlNode* parent, const char* name);
+XmlElement requireChild(XmlElement parent, const char* name);
 // The attribute's value, or null with "must have attribute".
-const char* requireAttribute(const XmlNode* node, const char* name);
+const char* requireAttribute(XmlElement node, const char* name);
 // The value of the `text` child of the element, or null with "must have a child \"text\"".
-const char* requireText(const XmlNode* element);
+const char* requireText(XmlElement element);
 // The value of `<child><text>value</text></child>`, with the errors of both levels.
-const char* requireChildText(const XmlNode* parent, const char* child);
+const char* requireChildText(XmlElement parent, const char* child);
 // A decimal of at least `minimum` from the `text` child; "positive integer expected" if not.
-bool readDecimal(const XmlNode* element, uint32_t minimum, uint32_t& out);
+bool readDecimal(XmlElement element, uint32_t minimum, uint32_t& out);
 
 // What an XML id names at one level of a document: a node kind and the node (a place or
 // condition, a transition or event, or a signal). Pointers survive the later renumbering.
@@ -63,12 +59,12 @@ struct XmlId {
   XmlIdKind kind;
   void* node;
 };
-// Ids point into the document's buffer, so the keys need no copies.
+// Ids point into the tree's strings, so the keys need no copies.
 using XmlIdMap = std::unordered_map<std::string_view, XmlId>;
 // Room in the map for the ids of all children of `page`, which saves rehashing a large one.
-void reserveXmlIds(const XmlNode* page, XmlIdMap& ids);
+void reserveXmlIds(XmlElement page, XmlIdMap& ids);
 // Registers the element's `id`; reports a missing or repeated one.
-bool registerXmlId(const XmlNode* element, XmlIdKind kind, void* node, XmlIdMap& ids);
+bool registerXmlId(XmlElement element, XmlIdKind kind, void* node, XmlIdMap& ids);
 // Looks up the id, of the given kind; "has not been declared" if absent or of another kind.
 void* lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind);
 template <class T>
@@ -81,6 +77,6 @@ bool lookUpXmlId(const XmlIdMap& ids, std::string_view id, XmlIdKind kind, T*& o
 // skipped with a warning. `link(place, transition, placeToTransition)` makes one arc and
 // may refuse it (after a report).
 using ArcLink = std::function<bool(void* place, void* transition, bool placeToTransition)>;
-bool readArcs(const XmlNode* page, const XmlIdMap& ids, const ArcLink& link);
+bool readArcs(XmlElement page, const XmlIdMap& ids, const ArcLink& link);
 
 }  // namespace nurex
