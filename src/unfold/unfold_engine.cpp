@@ -69,6 +69,7 @@ bool Unfolder::start() {
     state_.addPlaceCondition(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(NoIndex);
+    state_.pivotFirst.push_back(NoIndex);
     state_.chain.push_back({1, NoIndex, c->index});
     state_.conditionWeight.push_back(0);
   }
@@ -361,6 +362,12 @@ void Unfolder::commitEvent(uint32_t i) {
   sizeSum_ += candidate->size;
   state_.eventTransition.push_back(candidate->transition->index);
   bool cutOff = decisions_[i].kind != Decision::NotCutOff;
+  state_.pivotNext.push_back(NoIndex);
+  if (!cutOff && !candidate->preset().empty()) {
+    uint32_t pivot = candidate->preset().back();
+    state_.pivotNext.back() = state_.pivotFirst[pivot];
+    state_.pivotFirst[pivot] = e->index;
+  }
   std::span<const uint32_t> entries = candidate->postsetEntries();
   for (Place* p : candidate->transition->postset) {
     auto* c = new Condition;
@@ -369,6 +376,7 @@ void Unfolder::commitEvent(uint32_t i) {
     state_.conditions.add(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(e->index);
+    state_.pivotFirst.push_back(NoIndex);
     if (!cutOff) state_.addPlaceCondition(c);
     e->postset.push_back(c);
     linkChain(c->index, entries[e->postset.size() - 1], e->postset.size() == 1);
