@@ -49,6 +49,14 @@ class WorkerPool {
   // Nor before those passes make this share of the run so far: where they make less, the
   // part that two threads could shorten is too small to pay for the second one.
   static constexpr double StartShare = 0.4;
+  // Shared passes are judged by the processor time that the threads spent on their items
+  // against the time that the passes took, over windows of this much: on a machine busy
+  // with other processes a woken thread may get no core, and the caller then waits for it.
+  static constexpr double JudgeSeconds = 4e-3;
+  // A window in which the threads worked less than 1 + JudgeGain times its length stops the
+  // sharing until the run has gone on as long again: so little parallelism does not pay for
+  // the wake-ups, the waits and the cold caches of the second thread.
+  static constexpr double JudgeGain = 0.25;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
@@ -76,6 +84,9 @@ class WorkerPool {
   void startThreads();
   void waitForWorkers();
   void finishPass();
+  bool sharingDeclined() const;
+  void judgeSharing(double work, double taken);
+  double sinceBirth() const { return std::chrono::duration<double>(Clock::now() - born_).count(); }
 
   std::vector<std::unique_ptr<Worker>> workers_;
   // The counter changes with every item; on a line of its own it does not evict the
@@ -88,7 +99,11 @@ class WorkerPool {
   static inline std::atomic<int> eager_{0};
   bool started_ = false;        // the worker threads
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
-  std::chrono::steady_clock::time_point born_ = std::chrono::steady_clock::now();
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point born_ = Clock::now();
+  std::atomic<double> workerWork_{0};         // processor seconds of the workers in this pass
+  double judgedWork_ = 0, judgedTaken_ = 0;   // of the shared passes of the current window
+  double declinedUntil_ = 0;                  // no sharing before this time since birth
 };
 
 // The warning when a thread cannot be started; `threads` is how many the run goes on with.
