@@ -117,17 +117,19 @@ bool Unfolder::fetchBatch() {
 }
 
 // Which worker found an extension depends on timing; the order of the batch must not.
-// Transition, then preset, identifies an event. The transition and the first preset
-// condition, side by side with the candidate, mostly decide without reading it.
+// Transition, then preset, identifies an event. The transition and the first three preset
+// conditions, side by side with the candidate, mostly decide without reading it (the first
+// alone did not on nets whose events share old conditions, such as readers and writers).
 void Unfolder::sortBatch() {
   sortKeys_.clear();
   for (Candidate* c : batch_) {
     std::span<const uint32_t> preset = c->preset();
-    uint32_t first = preset.empty() ? 0 : preset[0];
-    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | first, c});
+    auto at = [&](size_t k) -> uint64_t { return k < preset.size() ? preset[k] : 0; };
+    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | at(0), at(1) << 32 | at(2), c});
   }
   std::sort(sortKeys_.begin(), sortKeys_.end(), [](const SortKey& a, const SortKey& b) {
     if (a.key != b.key) return a.key < b.key;
+    if (a.next != b.next) return a.next < b.next;
     std::span<const uint32_t> x = a.candidate->preset(), y = b.candidate->preset();
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
   });
