@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "platform/reporter.h"
+#include "platform/system.h"
 
 namespace nurex {
 
@@ -44,7 +45,7 @@ double threadSeconds() {
 
 }  // namespace
 
-WorkerPool::WorkerPool(unsigned threads) {
+WorkerPool::WorkerPool(unsigned threads) : processors_(onlineProcessors()) {
   for (unsigned i = 1; i < threads; ++i) workers_.push_back(std::make_unique<Worker>());
 }
 
@@ -75,7 +76,7 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
   if (count == 0) return;
   item_ = &item;
   counter_.store(count, std::memory_order_release);
-  bool shared = false, counted = false, eager = false;
+  bool shared = false, counted = false, eager = false, alone = false;
   Clock::time_point start = Clock::now(), sharedAt;
   double first = 0, callerWork = 0;
   for (uint32_t done = 1;; ++done) {
@@ -95,14 +96,22 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
     if (done == 1) first = elapsed;
     if (done == 1 || elapsed - first < SampleSeconds) continue;
     double rest = (elapsed - first) / (done - 1) * static_cast<double>(n - 1);
-    if (rest < SharedSeconds) continue;
-    if (started_ && sharingDeclined()) continue;
+    if (rest < SharedSeconds || alone) continue;
     if (!started_) {
       if (!counted) worthSharing_ += rest;
       counted = true;
       if (worthSharing_ < StartSeconds) continue;
       if (worthSharing_ < StartShare * sinceBirth()) continue;
+    } else if (declinedUntil_ > 0 && sinceBirth() < declinedUntil_) {
+      alone = true;
+      continue;
     }
+    if ((!started_ || declinedUntil_ > 0) && !coreIdle()) {
+      if (started_) declinedUntil_ = 2 * sinceBirth();
+      alone = true;
+      continue;
+    }
+    declinedUntil_ = 0;
     shared = true;
     sharedAt = Clock::now();
     callerWork = -threadSeconds();
@@ -119,8 +128,13 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
   if (!eager) judgeSharing(callerWork + workerWork_.exchange(0), taken);
 }
 
-bool WorkerPool::sharingDeclined() const {
-  return declinedUntil_ > 0 && sinceBirth() < declinedUntil_;
+// A second thread pays only on a core that nothing else wants: on a machine whose cores are
+// all taken it gets a share of one, and the caller waits for the items it holds.
+bool WorkerPool::coreIdle() const {
+  int assumed = assumedLoad_.load(std::memory_order_relaxed);
+  if (assumed != 0) return assumed > 0;
+  unsigned runnable = runnableTasks();
+  return runnable == 0 || processors_ == 0 || runnable < processors_;
 }
 
 // Each window starts afresh, so that a machine whose load changes is judged anew.

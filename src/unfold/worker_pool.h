@@ -55,7 +55,8 @@ class WorkerPool {
   static constexpr double JudgeSeconds = 4e-3;
   // A window in which the threads worked less than 1 + JudgeGain times its length stops the
   // sharing until the run has gone on as long again: so little parallelism does not pay for
-  // the wake-ups, the waits and the cold caches of the second thread.
+  // the wake-ups, the waits and the cold caches of the second thread. Neither the threads'
+  // start nor a new window comes while the machine has no idle core.
   static constexpr double JudgeGain = 0.25;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
@@ -68,6 +69,15 @@ class WorkerPool {
     ~EagerSharing() { eager_.fetch_sub(1); }
     EagerSharing(const EagerSharing&) = delete;
     EagerSharing& operator=(const EagerSharing&) = delete;
+  };
+  // While one lives, every pool takes the machine for idle or for busy, whatever else runs:
+  // tests of the timings then do not depend on the machine's load.
+  class AssumedLoad {
+   public:
+    explicit AssumedLoad(bool idle) { assumedLoad_.store(idle ? 1 : -1); }
+    ~AssumedLoad() { assumedLoad_.store(0); }
+    AssumedLoad(const AssumedLoad&) = delete;
+    AssumedLoad& operator=(const AssumedLoad&) = delete;
   };
 
  private:
@@ -84,7 +94,7 @@ class WorkerPool {
   void startThreads();
   void waitForWorkers();
   void finishPass();
-  bool sharingDeclined() const;
+  bool coreIdle() const;
   void judgeSharing(double work, double taken);
   double sinceBirth() const { return std::chrono::duration<double>(Clock::now() - born_).count(); }
 
@@ -97,6 +107,8 @@ class WorkerPool {
   std::condition_variable doneWake_;
   std::atomic<unsigned> running_{0};
   static inline std::atomic<int> eager_{0};
+  static inline std::atomic<int> assumedLoad_{0};  // 1 idle, -1 busy, 0 as the machine says
+  unsigned processors_;                            // online, 0 if unknown
   bool started_ = false;        // the worker threads
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
   using Clock = std::chrono::steady_clock;
