@@ -1,6 +1,7 @@
 // Linux implementations of the platform services.
 #include "platform/system.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -117,6 +118,36 @@ unsigned processorCores() {
   if (count) return count;
   reportWarning("failed to determine the number of processor cores; assuming 1");
   return 1;
+}
+
+unsigned onlineProcessors() {
+  long n = sysconf(_SC_NPROCESSORS_ONLN);
+  return n > 0 ? static_cast<unsigned>(n) : 0;
+}
+
+// The fourth field of /proc/loadavg is "running/total"; read with plain system calls, as the
+// unfolder's pool asks while it runs.
+unsigned runnableTasks() {
+  int fd = open("/proc/loadavg", O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return 0;
+  char text[128];
+  ssize_t length = read(fd, text, sizeof text - 1);
+  close(fd);
+  if (length <= 0) return 0;
+  text[length] = '\0';
+  return parseRunnableTasks(text);
+}
+
+unsigned parseRunnableTasks(const char* loadavg) {
+  const char* p = loadavg;
+  for (int field = 0; field < 3; ++field) {
+    while (*p && *p != ' ') ++p;
+    while (*p == ' ') ++p;
+  }
+  unsigned n = 0;
+  bool digits = false;
+  for (; *p >= '0' && *p <= '9'; ++p, digits = true) n = n * 10 + static_cast<unsigned>(*p - '0');
+  return digits && *p == '/' ? n : 0;
 }
 
 double monotonicSeconds() {

@@ -25,6 +25,14 @@ unsigned processorCores();
 // The same count from the text of /proc/cpuinfo (exposed for tests); 0 if it names no core.
 unsigned countCoresInCpuinfo(const std::string& text);
 
+// Processors (hardware threads) online; 0 when the platform cannot tell.
+unsigned onlineProcessors();
+// Tasks running or ready to run on the whole machine, the caller included; 0 when the
+// platform cannot tell.
+unsigned runnableTasks();
+// The same count from the text of /proc/loadavg (exposed for tests); 0 if it holds none.
+unsigned parseRunnableTasks(const char* loadavg);
+
 // Seconds on the monotonic high-resolution clock.
 double monotonicSeconds();
 

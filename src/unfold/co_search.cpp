@@ -1,6 +1,9 @@
 // Concurrency tests against an anchored configuration, and the co-set closure.
 #include "unfold/co_search.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace nurex {
 
 void ConfigurationAnchor::anchor(const UnfoldState& state, const Event* e, const Condition* alsoConsumed) {
@@ -116,23 +119,38 @@ void noteConsumers(UnfoldState& state) {
   }
 }
 
+// Conditions are taken in ascending order, so when an event's highest-numbered preset
+// condition is taken, the rest of its preset is numbered lower and, if ever a member, is one
+// already: by induction, a member's producer had its whole preset in the set when its own
+// highest-numbered preset condition was taken. So each event is looked at once, from there.
 uint64_t CoClosure::compute(const UnfoldState& state, const std::vector<uint32_t>& cut, uint32_t e) {
   uint64_t steps = 0;
   members_.next();
-  counted_.next();
   places_.next();
   list_.clear();
+  pending_.clear();
+  auto push = [&](uint32_t c) {
+    if (!members_.insert(c)) return;
+    pending_.push_back(c);
+    std::push_heap(pending_.begin(), pending_.end(), std::greater<uint32_t>());
+  };
   for (uint32_t c : cut)
-    if (state.conditionProducer[c] != e) add(state.conditions[c]);
-  for (size_t i = 0; i < list_.size(); ++i) {
-    Condition* x = list_[i];
-    steps += 1 + x->postset.size();
-    for (Event* g : x->postset) {
-      if (eventIsCutOff(g)) continue;
-      uint32_t k = g->index;
-      if (counted_.insert(k)) counts_[k] = 0;
-      if (++counts_[k] == g->preset.size())
-        for (Condition* y : g->postset) add(y);
+    if (state.conditionProducer[c] != e) push(c);
+  while (!pending_.empty()) {
+    std::pop_heap(pending_.begin(), pending_.end(), std::greater<uint32_t>());
+    uint32_t x = pending_.back();
+    pending_.pop_back();
+    Condition* member = state.conditions[x];
+    list_.push_back(member);
+    places_.mark(member->place->index);
+    ++steps;
+    for (uint32_t g = state.pivotFirst[x]; g != NoIndex; g = state.pivotNext[g]) {
+      ++steps;
+      std::span<const uint32_t> preset = state.presetOf(g);
+      bool enabled = true;
+      for (size_t k = 0; k + 1 < preset.size() && enabled; ++k) enabled = members_.has(preset[k]);
+      if (enabled)
+        for (uint32_t y = state.postsetBegin[g]; y < state.postsetBegin[g + 1]; ++y) push(y);
     }
   }
   return steps;

@@ -82,8 +82,6 @@ class CoClosure {
  public:
   void ensure(const UnfoldState& state) {
     members_.ensure(state.conditions.size());
-    counted_.ensure(state.events.size());
-    counts_.resize(std::max<size_t>(counts_.size(), state.events.size() + state.events.size() / 8 + 16));
     places_.ensure(state.net.places.size());
   }
   // The closure of Cut([e]) given with e's postset, which is left out. Returns the number of
@@ -103,8 +101,8 @@ class CoClosure {
       places_.mark(c->place->index);
     }
   }
-  StampSet members_, counted_, places_;
-  std::vector<uint32_t> counts_;
+  StampSet members_, places_;
+  std::vector<uint32_t> pending_;  // members not yet taken, a heap with the lowest on top
   std::vector<Condition*> list_;
 };
 

@@ -69,6 +69,7 @@ bool Unfolder::start() {
     state_.addPlaceCondition(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(NoIndex);
+    state_.pivotFirst.push_back(NoIndex);
     state_.chain.push_back({1, NoIndex, c->index});
     state_.conditionWeight.push_back(0);
   }
@@ -116,17 +117,19 @@ bool Unfolder::fetchBatch() {
 }
 
 // Which worker found an extension depends on timing; the order of the batch must not.
-// Transition, then preset, identifies an event. The transition and the first preset
-// condition, side by side with the candidate, mostly decide without reading it.
+// Transition, then preset, identifies an event. The transition and the first three preset
+// conditions, side by side with the candidate, mostly decide without reading it (the first
+// alone did not on nets whose events share old conditions, such as readers and writers).
 void Unfolder::sortBatch() {
   sortKeys_.clear();
   for (Candidate* c : batch_) {
     std::span<const uint32_t> preset = c->preset();
-    uint32_t first = preset.empty() ? 0 : preset[0];
-    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | first, c});
+    auto at = [&](size_t k) -> uint64_t { return k < preset.size() ? preset[k] : 0; };
+    sortKeys_.push_back({uint64_t(c->transition->index) << 32 | at(0), at(1) << 32 | at(2), c});
   }
   std::sort(sortKeys_.begin(), sortKeys_.end(), [](const SortKey& a, const SortKey& b) {
     if (a.key != b.key) return a.key < b.key;
+    if (a.next != b.next) return a.next < b.next;
     std::span<const uint32_t> x = a.candidate->preset(), y = b.candidate->preset();
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
   });
@@ -361,6 +364,12 @@ void Unfolder::commitEvent(uint32_t i) {
   sizeSum_ += candidate->size;
   state_.eventTransition.push_back(candidate->transition->index);
   bool cutOff = decisions_[i].kind != Decision::NotCutOff;
+  state_.pivotNext.push_back(NoIndex);
+  if (!cutOff && !candidate->preset().empty()) {
+    uint32_t pivot = candidate->preset().back();
+    state_.pivotNext.back() = state_.pivotFirst[pivot];
+    state_.pivotFirst[pivot] = e->index;
+  }
   std::span<const uint32_t> entries = candidate->postsetEntries();
   for (Place* p : candidate->transition->postset) {
     auto* c = new Condition;
@@ -369,6 +378,7 @@ void Unfolder::commitEvent(uint32_t i) {
     state_.conditions.add(c);
     state_.conditionPlace.push_back(p->index);
     state_.conditionProducer.push_back(e->index);
+    state_.pivotFirst.push_back(NoIndex);
     if (!cutOff) state_.addPlaceCondition(c);
     e->postset.push_back(c);
     linkChain(c->index, entries[e->postset.size() - 1], e->postset.size() == 1);

@@ -74,7 +74,7 @@ class Unfolder {
   MarkingComparer comparer_;
   std::vector<uint32_t> markingPlaces_;  // scratch of keepMarking
   struct SortKey {
-    uint64_t key;
+    uint64_t key, next;
     Candidate* candidate;
   };
   std::vector<SortKey> sortKeys_;  // scratch of sortBatch

@@ -85,6 +85,12 @@ struct UnfoldState {
   // which no event shares a preset condition with another event cannot conflict with any.
   std::vector<uint8_t> consumerCount;  // per condition: its non-cut-off consumers, counted up to 2
   std::vector<uint8_t> conflictFree;   // per event: no event of [e] consumes a condition counted 2
+  // The non-cut-off consumers of a condition whose highest-numbered preset condition it is,
+  // newest first, linked through the events: the co-set closure enters an event from that
+  // condition alone (CoClosure::compute), so the many consumers that a cut-off-heavy prefix
+  // hangs on old conditions are never read from them.
+  std::vector<uint32_t> pivotFirst;  // per condition: such a consumer, or NoIndex
+  std::vector<uint32_t> pivotNext;   // per event: the next one of its pivot, or NoIndex
   uint32_t initialCount = 0;
   PinnedCut initialCut;  // the initial conditions by place; every cut is derived from it
 

@@ -1,11 +1,14 @@
 // Thread start, hand-over of passes and shut-down.
 #include "unfold/worker_pool.h"
 
+#include <time.h>
+
 #include <chrono>
 #include <string>
 #include <system_error>
 
 #include "platform/reporter.h"
+#include "platform/system.h"
 
 namespace nurex {
 
@@ -32,9 +35,17 @@ bool spinUntil(Ready ready) {
   }
 }
 
+// Processor time of the calling thread: unlike the clock on the wall, it stands still while
+// the thread waits for a core.
+double threadSeconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
 }  // namespace
 
-WorkerPool::WorkerPool(unsigned threads) {
+WorkerPool::WorkerPool(unsigned threads) : processors_(onlineProcessors()) {
   for (unsigned i = 1; i < threads; ++i) workers_.push_back(std::make_unique<Worker>());
 }
 
@@ -65,16 +76,16 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
   if (count == 0) return;
   item_ = &item;
   counter_.store(count, std::memory_order_release);
-  bool shared = false, counted = false;
-  Clock::time_point start = Clock::now();
-  double first = 0;
+  bool shared = false, counted = false, eager = false, alone = false;
+  Clock::time_point start = Clock::now(), sharedAt;
+  double first = 0, callerWork = 0;
   for (uint32_t done = 1;; ++done) {
     int64_t n = counter_.fetch_sub(1, std::memory_order_acq_rel);
     if (n < 1) break;
     item(0, static_cast<uint32_t>(n));
     if (shared || workers_.empty() || n < 2) continue;
     if (eager_.load(std::memory_order_relaxed) > 0) {
-      shared = true;
+      shared = eager = true;
       wakeWorkers(command);
       continue;
     }
@@ -85,18 +96,54 @@ void WorkerPool::run(PoolCommand command, uint32_t count, const ItemFunction& it
     if (done == 1) first = elapsed;
     if (done == 1 || elapsed - first < SampleSeconds) continue;
     double rest = (elapsed - first) / (done - 1) * static_cast<double>(n - 1);
-    if (rest < SharedSeconds) continue;
+    if (rest < SharedSeconds || alone) continue;
     if (!started_) {
       if (!counted) worthSharing_ += rest;
       counted = true;
       if (worthSharing_ < StartSeconds) continue;
-      if (worthSharing_ < StartShare * std::chrono::duration<double>(Clock::now() - born_).count()) continue;
+      if (worthSharing_ < StartShare * sinceBirth()) continue;
+    } else if (declinedUntil_ > 0 && sinceBirth() < declinedUntil_) {
+      alone = true;
+      continue;
     }
+    if ((!started_ || declinedUntil_ > 0) && !coreIdle()) {
+      if (started_) declinedUntil_ = 2 * sinceBirth();
+      alone = true;
+      continue;
+    }
+    declinedUntil_ = 0;
     shared = true;
+    sharedAt = Clock::now();
+    callerWork = -threadSeconds();
     wakeWorkers(command);
   }
-  if (shared) waitForWorkers();
+  if (!shared) {
+    item_ = nullptr;
+    return;
+  }
+  callerWork += threadSeconds();
+  waitForWorkers();
   item_ = nullptr;
+  double taken = std::chrono::duration<double>(Clock::now() - sharedAt).count();
+  if (!eager) judgeSharing(callerWork + workerWork_.exchange(0), taken);
+}
+
+// A second thread pays only on a core that nothing else wants: on a machine whose cores are
+// all taken it gets a share of one, and the caller waits for the items it holds.
+bool WorkerPool::coreIdle() const {
+  int assumed = assumedLoad_.load(std::memory_order_relaxed);
+  if (assumed != 0) return assumed > 0;
+  unsigned runnable = runnableTasks();
+  return runnable == 0 || processors_ == 0 || runnable < processors_;
+}
+
+// Each window starts afresh, so that a machine whose load changes is judged anew.
+void WorkerPool::judgeSharing(double work, double taken) {
+  judgedWork_ += work;
+  judgedTaken_ += taken;
+  if (judgedTaken_ < JudgeSeconds) return;
+  if (judgedWork_ < (1 + JudgeGain) * judgedTaken_) declinedUntil_ = 2 * sinceBirth();
+  judgedWork_ = judgedTaken_ = 0;
 }
 
 void WorkerPool::wakeWorkers(PoolCommand command) {
@@ -158,7 +205,15 @@ void WorkerPool::workerLoop(unsigned number) {
       command = self.command;
     }
     if (command == CommandQuit) return;
-    if (command != CommandStop) takeItems(number);
+    if (command != CommandStop) {
+      double work = -threadSeconds();
+      takeItems(number);
+      work += threadSeconds();
+      // Before finishPass: the caller reads the sum once all workers are done.
+      for (double sum = workerWork_.load(std::memory_order_relaxed);
+           !workerWork_.compare_exchange_weak(sum, sum + work, std::memory_order_relaxed);) {
+      }
+    }
     finishPass();
   }
 }

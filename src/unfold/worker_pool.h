@@ -49,6 +49,15 @@ class WorkerPool {
   // Nor before those passes make this share of the run so far: where they make less, the
   // part that two threads could shorten is too small to pay for the second one.
   static constexpr double StartShare = 0.4;
+  // Shared passes are judged by the processor time that the threads spent on their items
+  // against the time that the passes took, over windows of this much: on a machine busy
+  // with other processes a woken thread may get no core, and the caller then waits for it.
+  static constexpr double JudgeSeconds = 4e-3;
+  // A window in which the threads worked less than 1 + JudgeGain times its length stops the
+  // sharing until the run has gone on as long again: so little parallelism does not pay for
+  // the wake-ups, the waits and the cold caches of the second thread. Neither the threads'
+  // start nor a new window comes while the machine has no idle core.
+  static constexpr double JudgeGain = 0.25;
   // Hands `count` items to all threads and returns when every one has finished the pass.
   void run(PoolCommand command, uint32_t count, const ItemFunction& item);
 
@@ -60,6 +69,15 @@ class WorkerPool {
     ~EagerSharing() { eager_.fetch_sub(1); }
     EagerSharing(const EagerSharing&) = delete;
     EagerSharing& operator=(const EagerSharing&) = delete;
+  };
+  // While one lives, every pool takes the machine for idle or for busy, whatever else runs:
+  // tests of the timings then do not depend on the machine's load.
+  class AssumedLoad {
+   public:
+    explicit AssumedLoad(bool idle) { assumedLoad_.store(idle ? 1 : -1); }
+    ~AssumedLoad() { assumedLoad_.store(0); }
+    AssumedLoad(const AssumedLoad&) = delete;
+    AssumedLoad& operator=(const AssumedLoad&) = delete;
   };
 
  private:
@@ -76,6 +94,9 @@ class WorkerPool {
   void startThreads();
   void waitForWorkers();
   void finishPass();
+  bool coreIdle() const;
+  void judgeSharing(double work, double taken);
+  double sinceBirth() const { return std::chrono::duration<double>(Clock::now() - born_).count(); }
 
   std::vector<std::unique_ptr<Worker>> workers_;
   // The counter changes with every item; on a line of its own it does not evict the
@@ -86,9 +107,15 @@ class WorkerPool {
   std::condition_variable doneWake_;
   std::atomic<unsigned> running_{0};
   static inline std::atomic<int> eager_{0};
+  static inline std::atomic<int> assumedLoad_{0};  // 1 idle, -1 busy, 0 as the machine says
+  unsigned processors_;                            // online, 0 if unknown
   bool started_ = false;        // the worker threads
   double worthSharing_ = 0;     // seconds of the passes worth sharing before they started
-  std::chrono::steady_clock::time_point born_ = std::chrono::steady_clock::now();
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point born_ = Clock::now();
+  std::atomic<double> workerWork_{0};         // processor seconds of the workers in this pass
+  double judgedWork_ = 0, judgedTaken_ = 0;   // of the shared passes of the current window
+  double declinedUntil_ = 0;                  // no sharing before this time since birth
 };
 
 // The warning when a thread cannot be started; `threads` is how many the run goes on with.

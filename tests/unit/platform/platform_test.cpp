@@ -62,5 +62,14 @@ TEST(Cores, CountsDistinctPhysicalCores) {
   EXPECT_GE(processorCores(), 1u);
 }
 
+TEST(Cores, RunnableTasksFromTheLoadFigures) {
+  EXPECT_EQ(parseRunnableTasks("7.50 7.27 7.06 6/118 17215\n"), 6u);
+  EXPECT_EQ(parseRunnableTasks("0.00 0.01 0.05 12/1034 99\n"), 12u);
+  EXPECT_EQ(parseRunnableTasks("0.00 0.01 0.05"), 0u);
+  EXPECT_EQ(parseRunnableTasks("0.00 0.01 0.05 x/3 1"), 0u);
+  EXPECT_GE(runnableTasks(), 1u);  // the test itself runs
+  EXPECT_GE(onlineProcessors(), 1u);
+}
+
 }  // namespace
 }  // namespace nurex::test

@@ -5,12 +5,19 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <vector>
 
 #include "unfold/worker_pool.h"
 
 namespace nurex::test {
 namespace {
+
+void spinFor(std::chrono::microseconds length) {
+  auto end = std::chrono::steady_clock::now() + length;
+  while (std::chrono::steady_clock::now() < end) {
+  }
+}
 
 TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
   for (unsigned threads : {1u, 2u, 4u}) {
@@ -32,22 +39,23 @@ TEST(UnfoldWorkerPool, EveryItemOncePerPass) {
 }
 
 // The caller starts alone; a pass whose items take long must still reach the other threads,
-// and each item runs once.
-TEST(UnfoldWorkerPool, LongPassesAreShared) {
-  WorkerPool pool(2);
-  std::atomic<uint32_t> onWorker{0};
-  // Items of 20 µs, three times the work after which the threads start.
-  const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
-  std::vector<std::atomic<int>> seen(count + 1);
-  pool.run(CommandExtend, count, [&](unsigned worker, uint32_t item) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
-    while (std::chrono::steady_clock::now() < end) {
-    }
-    if (worker != 0) ++onWorker;
-    ++seen[item];
-  });
-  EXPECT_GT(onWorker.load(), 0u);
-  for (uint32_t i = 1; i <= count; ++i) ASSERT_EQ(seen[i].load(), 1) << "item " << i;
+// and each item runs once. On a machine with all cores taken the same pass stays on the caller.
+TEST(UnfoldWorkerPool, LongPassesAreSharedOnAnIdleMachine) {
+  for (bool idle : {true, false}) {
+    WorkerPool::AssumedLoad load(idle);
+    WorkerPool pool(2);
+    std::atomic<uint32_t> onWorker{0};
+    // Items of 20 µs, three times the work after which the threads start.
+    const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
+    std::vector<std::atomic<int>> seen(count + 1);
+    pool.run(CommandExtend, count, [&](unsigned worker, uint32_t item) {
+      spinFor(std::chrono::microseconds(20));
+      if (worker != 0) ++onWorker;
+      ++seen[item];
+    });
+    EXPECT_EQ(onWorker.load() > 0, idle);
+    for (uint32_t i = 1; i <= count; ++i) ASSERT_EQ(seen[i].load(), 1) << "item " << i;
+  }
 }
 
 // Passes worth sharing that add up to less than the cost of a second thread leave the run
@@ -61,9 +69,7 @@ TEST(UnfoldWorkerPool, ShortRunsStayOnOneThread) {
     std::atomic<uint32_t> onWorker{0};
     for (int pass = 0; pass < 3; ++pass)
       pool.run(CommandExtend, 50, [&](unsigned worker, uint32_t) {
-        auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(10);
-        while (std::chrono::steady_clock::now() < end) {
-        }
+        spinFor(std::chrono::microseconds(10));
         if (worker != 0) ++onWorker;
       });
     fewest = std::min(fewest, onWorker.load());
@@ -75,19 +81,36 @@ TEST(UnfoldWorkerPool, ShortRunsStayOnOneThread) {
 // could shorten is too small a part of the run for a second one.
 TEST(UnfoldWorkerPool, PassesThatAreASmallPartOfTheRunStayOnOneThread) {
   WorkerPool pool(2);
-  auto busy = [](std::chrono::microseconds length) {
-    auto end = std::chrono::steady_clock::now() + length;
-    while (std::chrono::steady_clock::now() < end) {
-    }
-  };
-  busy(std::chrono::microseconds(static_cast<int64_t>(20 * WorkerPool::StartSeconds / WorkerPool::StartShare * 1e6)));
+  spinFor(std::chrono::microseconds(static_cast<int64_t>(20 * WorkerPool::StartSeconds / WorkerPool::StartShare * 1e6)));
   std::atomic<uint32_t> onWorker{0};
   const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
   pool.run(CommandExtend, count, [&](unsigned worker, uint32_t) {
-    busy(std::chrono::microseconds(20));
+    spinFor(std::chrono::microseconds(20));
     if (worker != 0) ++onWorker;
   });
   EXPECT_EQ(onWorker.load(), 0u);
+}
+
+// Items that cannot run side by side keep the second thread waiting for the first: once a
+// window of shared passes shows no gain, the passes that follow stay on the caller.
+TEST(UnfoldWorkerPool, SharingThatGainsNothingStops) {
+  WorkerPool::AssumedLoad idle(true);
+  WorkerPool pool(2);
+  std::mutex oneAtATime;
+  std::atomic<uint32_t> before{0}, after{0};
+  auto serialItems = [&](std::atomic<uint32_t>& onWorker) {
+    return [&](unsigned worker, uint32_t) {
+      std::lock_guard<std::mutex> guard(oneAtATime);
+      spinFor(std::chrono::microseconds(20));
+      if (worker != 0) ++onWorker;
+    };
+  };
+  // The sharing stops until the run has gone on as long again: the second pass is shorter.
+  const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
+  pool.run(CommandExtend, count, serialItems(before));
+  pool.run(CommandExtend, count / 4, serialItems(after));
+  EXPECT_GT(before.load(), 0u);
+  EXPECT_EQ(after.load(), 0u);
 }
 
 }  // namespace
