@@ -1,0 +1,82 @@
+// The explorer behind exploreNet: the layout of a state's bits, firing, the breadth-first
+// loop with stubborn sets, signal values and the questions over the stored states.
+// Internal to src/explore.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <vector>
+
+#include "explore/explore.h"
+#include "explore/state_table.h"
+
+namespace nurex {
+
+class Explorer {
+ public:
+  Explorer(const Stg& net, bool hasSignals, const ExploreParams& params);
+  ExploreResult run();
+
+ private:
+  struct Move {
+    std::vector<uint32_t> pre, post;  // place bits
+    std::vector<uint32_t> clears;     // pending bits of dummies whose postset this consumes from
+    uint32_t parity = NoIndex;        // parity bit of its signal, NoIndex for dummies
+    uint32_t pending = NoIndex;       // pending bit of a dummy whose occurrences are tracked
+    uint32_t signal = NoIndex;        // signal index, NoIndex for dummies
+    uint32_t sign = SignNone;
+  };
+
+  static bool bit(const uint64_t* s, uint32_t k) { return (s[k >> 6] >> (k & 63)) & 1; }
+  static void setBit(uint64_t* s, uint32_t k) { s[k >> 6] |= uint64_t{1} << (k & 63); }
+  static void clearBit(uint64_t* s, uint32_t k) { s[k >> 6] &= ~(uint64_t{1} << (k & 63)); }
+
+  bool decline(const char* why);
+  const char* structuralObstacle() const;
+  bool enabled(const Move& m, const uint64_t* s) const;
+  // Fires into `out`; false if a place would hold two tokens.
+  bool fire(const Move& m, const uint64_t* s, uint64_t* out) const;
+  void enabledMoves(const uint64_t* s, std::vector<uint32_t>& out) const;
+  // The enabled transitions of a deadlock-preserving stubborn set (Valmari).
+  void stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out);
+  void closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint32_t>& set);
+  // Takes the initial value that firing m from s implies; false on a contradiction.
+  bool learnValue(const Move& m, const uint64_t* s);
+  bool explore();
+  bool nothingToWarn();
+  bool dummyCycleReachable();
+  bool earlyStops() const { return !hasSignals_; }
+
+  // Questions over the stored states (state_questions.cpp).
+  bool counted(uint32_t i) const;
+  bool signalValue(const uint64_t* s, uint32_t signal) const { return bit(s, parityBase_ + signal) ^ (value_[signal] == 1); }
+  // Per transition: enabled in s, or with `viaDummies` in a marking that dummies reach from it.
+  std::vector<uint8_t> excited(const uint64_t* s, bool viaDummies) const;
+  std::vector<uint8_t> excitedSignals(const uint64_t* s) const;
+  bool holds(const ReachExpr& node, const uint64_t* s, std::vector<uint8_t>& excitedCache, bool& cached);
+  bool satisfies(uint32_t i);
+  void answerDeadlock(uint32_t dead);
+  void answerReach(uint32_t witness);
+  void answerConflicts();
+  void answerNormalcy();
+  void found(std::initializer_list<uint32_t> states);
+
+  const Stg& net_;
+  bool hasSignals_;
+  ExploreParams params_;
+  ExploreResult result_;
+  std::vector<Move> moves_;
+  std::vector<std::vector<uint32_t>> consumers_, producers_;  // per place: transitions
+  uint32_t places_ = 0, parityBase_ = 0, pendingBase_ = 0, bits_ = 0;
+  bool trackPending_ = false;
+  std::unique_ptr<StateTable> table_;
+  std::vector<uint8_t> value_;   // per signal: initial value, 2 while unknown
+  std::vector<uint8_t> fired_;   // per signal: some transition of it fired
+  std::vector<uint8_t> firedMove_;  // per transition: fired somewhere
+  std::vector<uint32_t> stamp_;  // per transition: in the stubborn set under construction
+  uint32_t generation_ = 0;
+  std::vector<std::pair<const std::string*, bool>> lets_;  // `let` bindings in scope, innermost last
+};
+
+}  // namespace nurex
