@@ -112,13 +112,7 @@ ExploreResult runExplicit(const OptionMap& options, const std::atomic<bool>* sto
   params.minimal = options["min_cost"] != 0;
   params.memoryBudget = explorerBudget();
   params.stop = stop;
-  ReachExprPtr predicate;
-  if (params.question == ExploreQuestion::Reach || params.question == ExploreQuestion::StgReach) {
-    predicate = prepareExplorePredicate(*net, hasSignals, runStrings.dataString,
-                                        params.question == ExploreQuestion::StgReach, declined.why);
-    if (!predicate) return declined;
-    params.predicate = predicate.get();
-  }
+  params.property = runStrings.dataString;
   ExploreResult result = exploreNet(*net, hasSignals, params);
   if (result.verdict == ExploreVerdict::Declined) return result;
   if (threadRace && !claimFor(*threadRace, ExplicitEngine)) return declined;

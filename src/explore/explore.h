@@ -19,8 +19,9 @@ struct ExploreParams {
   bool minimal = false;                      // -f: a witness of least length (a pair: least total)
   uint64_t memoryBudget = uint64_t{1} << 30;  // bytes for states, links and the hash table
   const std::atomic<bool>* stop = nullptr;   // polled; when it rises the engine declines
-  // -F and -Fs: the predicate in normal form over the net (see prepareExplorePredicate).
-  const ReachExpr* predicate = nullptr;
+  // -F and -Fs: the -d text ("@name" reads a file), brought to normal form over the net as
+  // the prefix engine sees it (signal values inferred) before states are tested.
+  std::string property;
 };
 
 enum class ExploreVerdict : uint8_t { Found, None, Declined };
@@ -37,11 +38,5 @@ struct ExploreResult {
 // say more than a verdict: an unsafe or inconsistent net, a load-time warning, a reachable
 // cycle of dummies, a predicate over conditions or events, or an exhausted budget.
 ExploreResult exploreNet(const Stg& net, bool hasSignals, const ExploreParams& params);
-
-// The -d text of -F (`stgStates` false) or -Fs, read and brought to normal form over the net
-// as the prefix engine would see it. Null, with `why` set, when the engine cannot evaluate
-// it on states (levels, prefix nodes, failures); reading errors go to the Reporter.
-ReachExprPtr prepareExplorePredicate(const Stg& net, bool hasSignals, const std::string& dataString, bool stgStates,
-                                     std::string& why);
 
 }  // namespace nurex

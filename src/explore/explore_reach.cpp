@@ -2,7 +2,7 @@
 // the prefix engine's unit (without conditions and events), then bound to the net's own nodes.
 #include <memory>
 
-#include "explore/explore.h"
+#include "explore/explorer.h"
 #include "model/formats/g_reader.h"
 #include "platform/reporter.h"
 #include "reach/reach.h"
@@ -23,7 +23,6 @@ bool mentionsPrefixNodes(const ReachExpr& node) {
     case ReachConds:
     case ReachEvs:
     case ReachIsCutoff:
-    case ReachIsInit:
     case ReachDownclose:
     case ReachTrig: return true;
     default: break;
@@ -77,17 +76,19 @@ bool bindNormalForm(ReachExpr& node, const Stg& net) {
   }
 }
 
+// The normal form names nodes of the copy, which must outlive the binding.
 template <class Unit>
-void normaliseOver(std::unique_ptr<Unit> unit, ReachExprPtr& tree) {
-  normaliseReach(*unit, tree);
+bool normaliseAndBind(const Unit& unit, ReachExprPtr& tree, const Stg& net) {
+  normaliseReach(unit, tree);
+  return bindNormalForm(*tree, net);
 }
 
 }  // namespace
 
-ReachExprPtr prepareExplorePredicate(const Stg& net, bool hasSignals, const std::string& dataString, bool stgStates,
-                                     std::string& why) {
+ReachExprPtr normaliseExplorePredicate(const Stg& net, bool hasSignals, const std::vector<uint8_t>& values,
+                                       const std::string& property, bool stgStates, std::string& why) {
   why.clear();
-  ReachExprPtr tree = dataString.empty() ? nullptr : parseReachProperty(dataString);
+  ReachExprPtr tree = property.empty() ? nullptr : parseReachProperty(property);
   if (!tree || raiseStatus(0) >= StatusError) {
     why = "the predicate was not read";
     return nullptr;
@@ -96,21 +97,23 @@ ReachExprPtr prepareExplorePredicate(const Stg& net, bool hasSignals, const std:
     why = "the predicate speaks of the prefix";
     return nullptr;
   }
+  bool bound;
   if (hasSignals) {
-    auto unit = std::make_unique<StgPrefix>();
-    copyStg(net, *unit);
-    normaliseOver(std::move(unit), tree);
+    StgPrefix unit;
+    copyStg(net, unit);
+    for (Signal* s : unit.signals) s->initialValue = values[s->index];
+    bound = normaliseAndBind(unit, tree, net);
   } else if (!stgStates) {
     auto copy = std::make_unique<Stg>();
     copyStg(net, *copy);
-    auto unit = std::make_unique<PetriNetPrefix>();
-    static_cast<PetriNet&>(*unit) = std::move(*withoutSignals(std::move(copy)));
-    normaliseOver(std::move(unit), tree);
+    PetriNetPrefix unit;
+    static_cast<PetriNet&>(unit) = std::move(*withoutSignals(std::move(copy)));
+    bound = normaliseAndBind(unit, tree, net);
   } else {
     why = "the mode needs an STG";
     return nullptr;
   }
-  if (!bindNormalForm(*tree, net)) {
+  if (!bound) {
     why = "the predicate has no normal form over states";
     return nullptr;
   }

@@ -57,9 +57,11 @@ Explorer::Explorer(const Stg& net, bool hasSignals, const ExploreParams& params)
   fired_.assign(net.signals.size(), 0);
   stamp_.assign(moves_.size(), 0);
   firedMove_.assign(moves_.size(), 0);
+  consumed_.assign(places_, 0);
+  for (const Place* p : net.places) unconsumed_ += p->tokens != 0;
 }
 
-bool Explorer::decline(const char* why) {
+bool Explorer::decline(const std::string& why) {
   result_.verdict = ExploreVerdict::Declined;
   result_.why = why;
   result_.traces.clear();
@@ -74,6 +76,14 @@ const char* Explorer::structuralObstacle() const {
     if (p->tokens > 1) return "the initial marking is not safe";
     if (p->tokens && p->postset.empty()) return "an isolated place";
   }
+  if (!unconsumed_) return "the initial marking is empty";
+  // Unless some first move changes the marking, every event of the prefix is a cut-off.
+  bool moves = false;
+  for (const Transition* t : net_.transitions) {
+    bool enabled = std::all_of(t->preset.begin(), t->preset.end(), [](const Place* p) { return p->tokens != 0; });
+    moves |= enabled && !std::equal(t->preset.begin(), t->preset.end(), t->postset.begin(), t->postset.end());
+  }
+  if (!moves) return "the prefix has no events that are not cut-offs";
   for (const Transition* t : net_.transitions) {
     if (t->preset.empty()) return "a transition with an empty preset";
     if (t->postset.empty()) return "a transition with an empty postset";
@@ -158,6 +168,13 @@ void Explorer::stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out) {
   out.swap(best);
 }
 
+void Explorer::noteFired(uint32_t t) {
+  if (firedMove_[t]) return;
+  firedMove_[t] = 1;
+  for (uint32_t p : moves_[t].pre)
+    if (net_.places[p]->tokens && !consumed_[p]) consumed_[p] = 1, --unconsumed_;
+}
+
 bool Explorer::learnValue(const Move& m, const uint64_t* s) {
   if (m.signal == NoIndex) return true;
   fired_[m.signal] = 1;
@@ -175,23 +192,21 @@ bool Explorer::explore() {
   table_->insert(start.data(), StateTable::NoState, NoIndex, added);
   bool stubborn = params_.question == ExploreQuestion::Deadlock && !params_.minimal && earlyStops();
   std::vector<uint32_t> moves;
+  uint32_t witness = StateTable::NoState;
   for (uint32_t i = 0; i < table_->size(); ++i) {
     if (params_.stop && params_.stop->load(std::memory_order_relaxed)) return decline("stopped");
     const uint64_t* s = table_->state(i);
     if (stubborn) stubbornMoves(s, moves);
     else enabledMoves(s, moves);
-    if (earlyStops()) {
-      if (params_.question == ExploreQuestion::Deadlock && moves.empty()) {
-        answerDeadlock(i);
-        return true;
-      }
-      if (params_.question == ExploreQuestion::Reach && satisfies(i)) {
-        answerReach(i);
-        return true;
-      }
+    // An answer found early still waits until every initial token has been seen consumed:
+    // one never consumed is an isolated condition of the prefix, which draws a warning.
+    if (earlyStops() && witness == StateTable::NoState) {
+      bool dead = params_.question == ExploreQuestion::Deadlock && moves.empty();
+      if (dead || (params_.question == ExploreQuestion::Reach && satisfies(i))) witness = i;
     }
+    if (witness != StateTable::NoState && unconsumed_ == 0) break;
     for (uint32_t t : moves) {
-      firedMove_[t] = 1;
+      noteFired(t);
       if (!learnValue(moves_[t], table_->state(i))) return decline("the STG is inconsistent");
       if (!fire(moves_[t], table_->state(i), next.data())) return decline("the net is not safe");
       if (table_->insert(next.data(), i, t, added) == StateTable::NoState) return decline("memory budget exhausted");
@@ -199,7 +214,9 @@ bool Explorer::explore() {
   }
   result_.states = table_->size();
   if (earlyStops()) {
-    result_.verdict = ExploreVerdict::None;
+    if (unconsumed_) return decline("an isolated place");
+    if (witness == StateTable::NoState) result_.verdict = ExploreVerdict::None;
+    else found({witness});
     return true;
   }
   return nothingToWarn() && !dummyCycleReachable();
@@ -208,12 +225,7 @@ bool Explorer::explore() {
 // Signals whose value the prefix engine would assume or find dead draw its warnings, and so
 // does an initial token that nothing ever consumes (an isolated condition of the prefix).
 bool Explorer::nothingToWarn() {
-  for (const Place* p : net_.places) {
-    if (!p->tokens) continue;
-    bool consumed = false;
-    for (uint32_t t : consumers_[p->index]) consumed |= firedMove_[t] != 0;
-    if (!consumed) return decline("an isolated place");
-  }
+  if (unconsumed_) return decline("an isolated place");
   for (uint32_t s = 0; s < net_.dummiesBegin; ++s)
     if (value_[s] == ValueUnknown) return decline(fired_[s] ? "a signal value is assumed" : "a dead signal");
   return true;
@@ -262,12 +274,21 @@ void Explorer::found(std::initializer_list<uint32_t> states) {
   }
 }
 
+// Over a plain net the predicate is tested while exploring; over an STG once the signal
+// values are known, which `is_init` may ask for.
+bool Explorer::readPredicate() {
+  if (params_.question != ExploreQuestion::Reach && params_.question != ExploreQuestion::StgReach) return true;
+  predicate_ = normaliseExplorePredicate(net_, hasSignals_, value_, params_.property,
+                                         params_.question == ExploreQuestion::StgReach, result_.why);
+  return predicate_ || decline(result_.why.c_str());
+}
+
 ExploreResult Explorer::run() {
   if (const char* why = structuralObstacle()) {
     decline(why);
     return result_;
   }
-  if (!explore()) return result_;
+  if ((earlyStops() && !readPredicate()) || !explore() || (!earlyStops() && !readPredicate())) return result_;
   result_.states = table_->size();
   if (earlyStops()) return result_;
   switch (params_.question) {
@@ -284,11 +305,11 @@ ExploreResult Explorer::run() {
         if (params_.question == ExploreQuestion::Deadlock) {
           enabledMoves(table_->state(i), moves);
           if (moves.empty()) {
-            answerDeadlock(i);
+            found({i});
             break;
           }
         } else if (satisfies(i)) {
-          answerReach(i);
+          found({i});
           break;
         }
       }

@@ -6,12 +6,20 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "explore/explore.h"
 #include "explore/state_table.h"
 
 namespace nurex {
+
+// The -d text of -F (`stgStates` false) or -Fs, read and brought to normal form over a copy
+// of the net with the given initial signal values. Null, with `why` set, when the engine
+// cannot evaluate it on states (levels, prefix nodes, failures); reading errors go to the
+// Reporter.
+ReachExprPtr normaliseExplorePredicate(const Stg& net, bool hasSignals, const std::vector<uint8_t>& values,
+                                       const std::string& property, bool stgStates, std::string& why);
 
 class Explorer {
  public:
@@ -32,7 +40,7 @@ class Explorer {
   static void setBit(uint64_t* s, uint32_t k) { s[k >> 6] |= uint64_t{1} << (k & 63); }
   static void clearBit(uint64_t* s, uint32_t k) { s[k >> 6] &= ~(uint64_t{1} << (k & 63)); }
 
-  bool decline(const char* why);
+  bool decline(const std::string& why);
   const char* structuralObstacle() const;
   bool enabled(const Move& m, const uint64_t* s) const;
   // Fires into `out`; false if a place would hold two tokens.
@@ -42,11 +50,13 @@ class Explorer {
   void stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out);
   void closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint32_t>& set);
   // Takes the initial value that firing m from s implies; false on a contradiction.
+  void noteFired(uint32_t t);
   bool learnValue(const Move& m, const uint64_t* s);
   bool explore();
   bool nothingToWarn();
   bool dummyCycleReachable();
   bool earlyStops() const { return !hasSignals_; }
+  bool readPredicate();
 
   // Questions over the stored states (state_questions.cpp).
   bool counted(uint32_t i) const;
@@ -56,8 +66,6 @@ class Explorer {
   std::vector<uint8_t> excitedSignals(const uint64_t* s) const;
   bool holds(const ReachExpr& node, const uint64_t* s, std::vector<uint8_t>& excitedCache, bool& cached);
   bool satisfies(uint32_t i);
-  void answerDeadlock(uint32_t dead);
-  void answerReach(uint32_t witness);
   void answerConflicts();
   void answerNormalcy();
   void found(std::initializer_list<uint32_t> states);
@@ -74,8 +82,11 @@ class Explorer {
   std::vector<uint8_t> value_;   // per signal: initial value, 2 while unknown
   std::vector<uint8_t> fired_;   // per signal: some transition of it fired
   std::vector<uint8_t> firedMove_;  // per transition: fired somewhere
+  std::vector<uint8_t> consumed_;   // per place: its initial token has been seen consumed
+  uint32_t unconsumed_ = 0;         // initially marked places not yet consumed
   std::vector<uint32_t> stamp_;  // per transition: in the stubborn set under construction
   uint32_t generation_ = 0;
+  ReachExprPtr predicate_;
   std::vector<std::pair<const std::string*, bool>> lets_;  // `let` bindings in scope, innermost last
 };
 

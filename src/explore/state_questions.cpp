@@ -111,11 +111,9 @@ bool Explorer::satisfies(uint32_t i) {
   if (params_.question == ExploreQuestion::StgReach && !counted(i)) return false;
   std::vector<uint8_t> cache;
   bool cached = false;
-  return holds(*params_.predicate, table_->state(i), cache, cached);
+  return holds(*predicate_, table_->state(i), cache, cached);
 }
 
-void Explorer::answerDeadlock(uint32_t dead) { found({dead}); }
-void Explorer::answerReach(uint32_t witness) { found({witness}); }
 
 // Within one code, the shallowest state pairs best with the shallowest state that differs
 // from it (in marking for USC, in excited local signals for CSC): any conflicting pair has a
@@ -181,6 +179,14 @@ void Explorer::answerNormalcy() {
   struct Code {
     std::vector<uint8_t> value, next;
   };
+  // A local signal excited at the start has events without triggers, on which the prefix
+  // engine's hypotheses may have nothing to rest.
+  std::vector<uint8_t> initial = excitedSignals(table_->state(0));
+  for (const Signal* z : net_.signals)
+    if (isLocal(z) && initial[z->index]) {
+      decline("a local signal is excited initially");
+      return;
+    }
   std::vector<std::pair<std::vector<uint8_t>, std::vector<uint8_t>>> byCode;  // code, excitation
   for (uint32_t i = 0; i < table_->size(); ++i) {
     if (!counted(i)) continue;
