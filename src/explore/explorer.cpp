@@ -168,6 +168,19 @@ void Explorer::stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out) {
   out.swap(best);
 }
 
+// A consumer enabled in a reachable state can fire, and the first firing of any consumer
+// takes the initial token: enough to know without exploring the states that fire it.
+void Explorer::noteEnabledConsumers(const uint64_t* s) {
+  for (uint32_t p = 0; p < places_; ++p) {
+    if (!net_.places[p]->tokens || consumed_[p]) continue;
+    for (uint32_t t : consumers_[p])
+      if (enabled(moves_[t], s)) {
+        consumed_[p] = 1, --unconsumed_;
+        break;
+      }
+  }
+}
+
 void Explorer::noteFired(uint32_t t) {
   if (firedMove_[t]) return;
   firedMove_[t] = 1;
@@ -193,9 +206,21 @@ bool Explorer::explore() {
   bool stubborn = params_.question == ExploreQuestion::Deadlock && !params_.minimal && earlyStops();
   std::vector<uint32_t> moves;
   uint32_t witness = StateTable::NoState;
-  for (uint32_t i = 0; i < table_->size(); ++i) {
+  // Without -f a deadlock needs no shortest run: depth first, stubborn sets reach one after a
+  // few hundred states where breadth first would store the whole layers above it.
+  std::vector<uint32_t> stack{0};
+  uint32_t ordered = 0;
+  auto nextState = [&] {
+    if (!stubborn) return ordered < table_->size() ? ordered++ : StateTable::NoState;
+    if (stack.empty()) return StateTable::NoState;
+    uint32_t top = stack.back();
+    stack.pop_back();
+    return top;
+  };
+  for (uint32_t i; (i = nextState()) != StateTable::NoState;) {
     if (params_.stop && params_.stop->load(std::memory_order_relaxed)) return decline("stopped");
     const uint64_t* s = table_->state(i);
+    if (unconsumed_) noteEnabledConsumers(s);
     if (stubborn) stubbornMoves(s, moves);
     else enabledMoves(s, moves);
     // An answer found early still waits until every initial token has been seen consumed:
@@ -209,7 +234,9 @@ bool Explorer::explore() {
       noteFired(t);
       if (!learnValue(moves_[t], table_->state(i))) return decline("the STG is inconsistent");
       if (!fire(moves_[t], table_->state(i), next.data())) return decline("the net is not safe");
-      if (table_->insert(next.data(), i, t, added) == StateTable::NoState) return decline("memory budget exhausted");
+      uint32_t j = table_->insert(next.data(), i, t, added);
+      if (j == StateTable::NoState) return decline("memory budget exhausted");
+      if (added && stubborn) stack.push_back(j);
     }
   }
   result_.states = table_->size();

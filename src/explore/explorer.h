@@ -51,6 +51,7 @@ class Explorer {
   void closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint32_t>& set);
   // Takes the initial value that firing m from s implies; false on a contradiction.
   void noteFired(uint32_t t);
+  void noteEnabledConsumers(const uint64_t* s);
   bool learnValue(const Move& m, const uint64_t* s);
   bool explore();
   bool nothingToWarn();
