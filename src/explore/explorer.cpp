@@ -26,12 +26,21 @@ Explorer::Explorer(const Stg& net, bool hasSignals, const ExploreParams& params)
   trackPending_ = hasSignals && needsPending(params.question);
   uint32_t pendingBits = 0;
   consumers_.resize(places_);
-  producers_.resize(places_);
   moves_.resize(net.transitions.size());
+  takers_.resize(places_);
+  readers_.resize(places_);
+  markers_.resize(places_);
   for (const Transition* t : net.transitions) {
     Move& m = moves_[t->index];
     for (const Place* p : t->preset) m.pre.push_back(p->index), consumers_[p->index].push_back(t->index);
-    for (const Place* p : t->postset) m.post.push_back(p->index), producers_[p->index].push_back(t->index);
+    for (const Place* p : t->postset) m.post.push_back(p->index);
+    for (uint32_t p : m.pre) {
+      bool reads = std::find(m.post.begin(), m.post.end(), p) != m.post.end();
+      m.reads.push_back(reads);
+      (reads ? readers_ : takers_)[p].push_back(t->index);
+    }
+    for (uint32_t p : m.post)
+      if (std::find(m.pre.begin(), m.pre.end(), p) == m.pre.end()) markers_[p].push_back(t->index);
     m.sign = t->sign;
     if (hasSignals && !isDummy(t)) {
       m.signal = t->signal->index;
@@ -119,12 +128,14 @@ void Explorer::enabledMoves(const uint64_t* s, std::vector<uint32_t>& out) const
     if (enabled(moves_[t], s)) out.push_back(t);
 }
 
-// An enabled member brings in every transition that shares an input place with it; a disabled
-// one the producers of one of its unmarked input places.
-void Explorer::closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint32_t>& set) {
+// An enabled member brings in every transition that could take a token from under it (one
+// that only reads a place the member also only reads cannot); a disabled one the transitions
+// that can mark one of its unmarked input places, that with the fewest of them.
+bool Explorer::closeStubborn(const uint64_t* s, uint32_t start, size_t bound, std::vector<uint32_t>& set) {
   ++generation_;
   set.assign(1, start);
   stamp_[start] = generation_;
+  size_t enabledCount = 0;
   auto add = [&](uint32_t t) {
     if (stamp_[t] == generation_) return;
     stamp_[t] = generation_;
@@ -132,40 +143,42 @@ void Explorer::closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint
   };
   for (size_t i = 0; i < set.size(); ++i) {
     const Move& m = moves_[set[i]];
-    uint32_t unmarked = NoIndex;
+    uint32_t scapegoat = NoIndex;
     for (uint32_t p : m.pre)
-      if (!bit(s, p)) {
-        unmarked = p;
-        break;
-      }
-    if (unmarked == NoIndex) {
-      for (uint32_t p : m.pre)
-        for (uint32_t t : consumers_[p]) add(t);
-    } else {
-      for (uint32_t t : producers_[unmarked]) add(t);
+      if (!bit(s, p) && (scapegoat == NoIndex || markers_[p].size() < markers_[scapegoat].size())) scapegoat = p;
+    if (scapegoat != NoIndex) {
+      for (uint32_t t : markers_[scapegoat]) add(t);
+      continue;
+    }
+    if (++enabledCount >= bound) return false;
+    for (size_t k = 0; k < m.pre.size(); ++k) {
+      uint32_t p = m.pre[k];
+      for (uint32_t t : takers_[p]) add(t);
+      if (!m.reads[k])
+        for (uint32_t t : readers_[p]) add(t);
     }
   }
+  return true;
 }
 
 // The smallest of the sets grown from a few enabled transitions.
 void Explorer::stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out) {
-  std::vector<uint32_t> all, set, best;
-  enabledMoves(s, all);
-  if (all.size() <= 1) {
-    out = all;
+  enabledMoves(s, all_);
+  out.clear();
+  if (all_.size() <= 1) {
+    out = all_;
     return;
   }
-  size_t tries = std::min<size_t>(all.size(), 4);
-  for (size_t i = 0; i < tries; ++i) {
-    closeStubborn(s, all[i * all.size() / tries], set);
-    std::vector<uint32_t> chosen;
-    for (uint32_t t : set)
-      if (enabled(moves_[t], s)) chosen.push_back(t);
-    if (best.empty() || chosen.size() < best.size()) best.swap(chosen);
-    if (best.size() == 1) break;
+  size_t tries = std::min<size_t>(all_.size(), 4), bound = all_.size();
+  for (size_t i = 0; i < tries && bound > 1; ++i) {
+    if (!closeStubborn(s, all_[i * all_.size() / tries], bound, set_)) continue;
+    out.clear();
+    for (uint32_t t : set_)
+      if (enabled(moves_[t], s)) out.push_back(t);
+    bound = out.size();
   }
-  std::sort(best.begin(), best.end());
-  out.swap(best);
+  if (out.empty()) out = all_;
+  std::sort(out.begin(), out.end());
 }
 
 // A consumer enabled in a reachable state can fire, and the first firing of any consumer

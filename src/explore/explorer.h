@@ -29,6 +29,7 @@ class Explorer {
  private:
   struct Move {
     std::vector<uint32_t> pre, post;  // place bits
+    std::vector<uint8_t> reads;       // per input place: the transition puts the token back
     std::vector<uint32_t> clears;     // pending bits of dummies whose postset this consumes from
     uint32_t parity = NoIndex;        // parity bit of its signal, NoIndex for dummies
     uint32_t pending = NoIndex;       // pending bit of a dummy whose occurrences are tracked
@@ -48,7 +49,8 @@ class Explorer {
   void enabledMoves(const uint64_t* s, std::vector<uint32_t>& out) const;
   // The enabled transitions of a deadlock-preserving stubborn set (Valmari).
   void stubbornMoves(const uint64_t* s, std::vector<uint32_t>& out);
-  void closeStubborn(const uint64_t* s, uint32_t start, std::vector<uint32_t>& set);
+  // False when the set would hold `bound` enabled transitions or more.
+  bool closeStubborn(const uint64_t* s, uint32_t start, size_t bound, std::vector<uint32_t>& set);
   // Takes the initial value that firing m from s implies; false on a contradiction.
   void noteFired(uint32_t t);
   void noteEnabledConsumers(const uint64_t* s);
@@ -76,7 +78,11 @@ class Explorer {
   ExploreParams params_;
   ExploreResult result_;
   std::vector<Move> moves_;
-  std::vector<std::vector<uint32_t>> consumers_, producers_;  // per place: transitions
+  std::vector<std::vector<uint32_t>> consumers_;  // per place: transitions
+  // Per place: consumers that take its token, consumers that put it back, and producers
+  // that do not need it (the only ones that can mark it when it is empty).
+  std::vector<std::vector<uint32_t>> takers_, readers_, markers_;
+  std::vector<uint32_t> all_, set_;  // scratch of stubbornMoves
   uint32_t places_ = 0, parityBase_ = 0, pendingBase_ = 0, bits_ = 0;
   bool trackPending_ = false;
   std::unique_ptr<StateTable> table_;
