@@ -149,7 +149,9 @@ void runEngines(const OptionMap& options, void (*prefixPath)(const OptionMap&)) 
     threadEngine = PrefixEngine;
     captureThreadOutput(&race.output[PrefixEngine]);
     setThreadStopRequest(&race.stopPrefix);
+    reserveCores(1);  // the explicit engine's
     prefixPath(options);
+    reserveCores(0);
     claimAnswer();  // an answer that ended before the checker (a load error) counts all the same
     setThreadStopRequest(nullptr);
     captureThreadOutput(nullptr);
