@@ -121,6 +121,21 @@ Outcome parseMinCost(ParseState& s, const char* arg) {
   return Outcome::Ok;
 }
 
+// -e, -ep, -ex, -er; the modes whose .g input can go to the explicit-state engine.
+Outcome parseEngine(ParseState& s, const char* arg) {
+  static const char letters[] = "pxr";
+  int engine = 3;
+  if (arg[2]) {
+    const char* at = arg[3] ? nullptr : std::strchr(letters, arg[2]);
+    if (!at || !*at) return Outcome::Unrecognized;
+    engine = static_cast<int>(at - letters) + 1;
+  }
+  if (!modeAllowed(modeBit(1) | modeBit(2) | modeBit(3) | modeBit(4) | modeBit(5) | modeBit(6), s.mode))
+    return Outcome::InvalidInMode;
+  s.options["engine"] = engine;
+  return Outcome::Ok;
+}
+
 Outcome parseGates(ParseState& s, const char* arg) {
   const char* rest = arg + 2;
   if (*rest == '!') {
@@ -167,6 +182,7 @@ Outcome parseOption(ParseState& s, const char* arg) {
     case 'b': return setFlag(s, arg, "backward_conflict_constraints", 1, AllModes);
     case 'c': return parseCoefficient(s, arg);
     case 'd': return parseData(s, arg);
+    case 'e': return parseEngine(s, arg);
     case 'f': return parseMinCost(s, arg);
     case 'g': return parseGates(s, arg);
     case 'l': return parseInclusion(s, arg);

@@ -5,6 +5,7 @@
 #include "driver/checkers.h"
 #include "driver/command_line.h"
 #include "driver/mode_frame.h"
+#include "driver/race.h"
 #include "model/loaders.h"
 #include "platform/reporter.h"
 #include "platform/system.h"
@@ -24,6 +25,7 @@ void runHandlerFrame(U& unit, OptionMap options, ModeFactory<U> makeChecker) {
   double start = monotonicSeconds();
   checker->run();
   double stop = monotonicSeconds();
+  if (!claimAnswer()) return;
   if (raiseStatus(0) >= StatusError) {
     if (raiseStatus(0) < StatusOutOfMemory) checker->describe_failure();
     return;
@@ -54,10 +56,16 @@ void loadAndRun(Unit* (*load)(const std::string&), const OptionMap& options) {
 }
 
 template <int Mode>
-void modeEntry(const OptionMap& options) {
+void prefixEntry(const OptionMap& options) {
   if constexpr (Mode == 1) loadAndRun<DeadlockUnit, Mode>(loadDeadlockUnit, options);
   else if constexpr (Mode == 2) loadAndRun<ReachUnit, Mode>(loadReachUnit, options);
   else loadAndRun<StgUnit, Mode>(loadStgUnit, options);
+}
+
+template <int Mode>
+void modeEntry(const OptionMap& options) {
+  if (explicitEngineApplies(options)) runEngines(options, &prefixEntry<Mode>);
+  else prefixEntry<Mode>(options);
 }
 
 using ModeEntryFunction = void (*)(const OptionMap&);

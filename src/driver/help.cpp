@@ -52,6 +52,7 @@ const char* const briefOptionsText =
     "\n  -b  - Use backward conflict constraints for merged processes."
     "\n  -c[s|l|COEFF=EXPR] - Set cost-function coefficients (-R and -T)."
     "\n  -d string - Additional data: a REACH property, or @file; a gate library for -T."
+    "\n  -e[p|x|r] - Engine for *.g input: prefix, explicit-state, or both racing (default)."
     "\n  -f  - Look for a minimum-cost solution."
     "\n  -g[[!][N]] - Decompose into gates/latches with at most N inputs; ! forbids latches (-T)."
     "\n  -l[+|-] - Use or do not use inclusion constraints."
@@ -119,6 +120,10 @@ void printFullHelp(const OptionMap& defaults) {
       coefficientList(defaults) +
       "\n  -d string - Additional data: for -F and -Fs the REACH property, or @filename to read it"
       "\n        from a file; for -T the name of a gate library in the GENLIB format."
+      "\n  -e[p|x|r] - For *.g input in -D, -F, -Fs, -U, -C and -N: answer with the prefix engine"
+      "\n        (-ep), with the explicit-state engine (-ex), or with both on two threads, the"
+      "\n        first answer counting (-er or -e, the default). -a, -@, -s and an XML report"
+      "\n        always use the prefix engine (our extension)."
       "\n  -f  - Look for a minimum-cost solution. Valid with -D, -F, -Fs, -U, -C, -N, -R and -T;"
       "\n        excludes -a."
       "\n  -g[[!][N]] - For -T: decompose into gates or latches with at most N inputs; with !"

@@ -65,6 +65,12 @@ void xmlAttribute(XmlDocument& doc, XmlNode* node, const char* name, const std::
 // "a, b, c\n" (or event numbers), the empty trace being just the newline.
 std::string traceText(const Trace& trace, bool eventNumbers);
 
+// The two verdict texts of a mode: when solutions exist, and when none does.
+struct VerdictTexts {
+  const char* found;
+  const char* none;
+};
+
 // Writes the solutions and the verdict to the place that the output file name selects.
 void writeResults(const ResultList& results, const std::string& messageIfFound, const std::string& messageIfNone);
 

@@ -44,6 +44,7 @@ OptionMap::OptionMap() {
       {"coeff_seq_insertions", 4},
       {"coeff_conc_insertions", 4},
       {"coeff_non_locked_signals", 50},
+      {"engine", 0},  // for .g input: 0 the default race, 1 prefix, 2 explicit, 3 race
   };
   for (const auto& [key, value] : defaults) values_.emplace(key, value);
 }

@@ -2,11 +2,23 @@
 #include "platform/reporter.h"
 
 #include <cstdarg>
+#include <cstring>
 
 namespace nurex {
 
 namespace {
 std::atomic<uint32_t> status{0};
+thread_local OutputCapture* capture = nullptr;
+
+std::atomic<uint32_t>& statusWord() { return capture ? capture->status : status; }
+
+// Whether the text went to the capture instead of the stream.
+bool held(FILE* stream, const char* text) {
+  if (!capture || (stream != stdout && stream != stderr)) return false;
+  if (!capture->pieces.empty() && capture->pieces.back().first == stream) capture->pieces.back().second += text;
+  else capture->pieces.emplace_back(stream, text);
+  return true;
+}
 
 // Messages go through a bounded buffer, so one message never exceeds it; the buffer is not on
 // the heap, so that "memory overflow" can still be written when the heap is exhausted.
@@ -14,6 +26,11 @@ thread_local char buffer[MessageBufferSize];
 
 void emit(FILE* stream, const char* frame, const std::string& text) {
   std::snprintf(buffer, sizeof buffer, "%s", text.c_str());
+  if (capture) {
+    std::string framed(std::strlen(frame) + std::strlen(buffer), '\0');
+    framed.resize(std::snprintf(framed.data(), framed.size() + 1, frame, buffer));
+    if (held(stream, framed.c_str())) return;
+  }
   std::fprintf(stream, frame, buffer);
   std::fflush(stream);
 }
@@ -22,13 +39,34 @@ void emit(FILE* stream, const char* frame, const std::string& text) {
 unsigned verbosity = 0;
 
 uint32_t raiseStatus(uint32_t level) {
-  uint32_t found = status.load();
-  while (found < level && !status.compare_exchange_weak(found, level)) {
+  std::atomic<uint32_t>& word = statusWord();
+  uint32_t found = word.load();
+  while (found < level && !word.compare_exchange_weak(found, level)) {
   }
   return found;
 }
 
-void resetStatus() { status.store(0); }
+void resetStatus() { statusWord().store(0); }
+
+void writeText(FILE* stream, const std::string& text) {
+  if (held(stream, text.c_str())) return;
+  std::fputs(text.c_str(), stream);
+  std::fflush(stream);
+}
+
+void captureThreadOutput(OutputCapture* c) { capture = c; }
+
+void releaseCapture(OutputCapture& c) {
+  for (const auto& [stream, text] : c.pieces) {
+    std::fputs(text.c_str(), stream);
+    std::fflush(stream);
+  }
+  c.pieces.clear();
+  uint32_t level = c.status.load();
+  uint32_t found = status.load();
+  while (found < level && !status.compare_exchange_weak(found, level)) {
+  }
+}
 
 void reportError(const std::string& text) {
   emit(stderr, "\nError: %s\n", text);
@@ -45,6 +83,7 @@ void printTo(FILE* stream, const char* format, ...) {
   va_start(args, format);
   std::vsnprintf(buffer, sizeof buffer, format, args);
   va_end(args);
+  if (held(stream, buffer)) return;
   std::fputs(buffer, stream);
   std::fflush(stream);
 }

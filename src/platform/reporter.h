@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace nurex {
 
@@ -23,6 +25,20 @@ void reportError(const std::string& text);
 void reportWarning(const std::string& text);
 // A formatted write into a buffer of 10,000 characters, then to `stream`, flushed.
 void printTo(FILE* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Text of any length to `stream`, flushed; held back like printTo under a capture.
+void writeText(FILE* stream, const std::string& text);
+
+// What one thread writes to stdout and stderr, and the status it raises, held back while it
+// is not yet known whether that thread's answer counts (two engines racing).
+struct OutputCapture {
+  std::vector<std::pair<FILE*, std::string>> pieces;
+  std::atomic<uint32_t> status{0};
+};
+// Sends the calling thread's output and status to `capture`; null restores the real ones.
+void captureThreadOutput(OutputCapture* capture);
+// Writes out what the capture holds and raises the real status to its status.
+void releaseCapture(OutputCapture& capture);
 
 // One message is cut to this many characters, terminator included.
 constexpr size_t MessageBufferSize = 10000;

@@ -99,7 +99,22 @@ unsigned countCoresInCpuinfo(const std::string& text) {
   return static_cast<unsigned>(cores.size());
 }
 
+namespace {
+thread_local unsigned reservedCores = 0;
+
+unsigned physicalCores();
+}  // namespace
+
+void reserveCores(unsigned count) { reservedCores = count; }
+
 unsigned processorCores() {
+  unsigned cores = physicalCores();
+  return cores > reservedCores ? cores - reservedCores : 1;
+}
+
+namespace {
+
+unsigned physicalCores() {
   // sysfs topology first: one (package, core) pair per physical core.
   std::set<std::pair<std::string, std::string>> cores;
   for (unsigned cpu = 0; cpu < 4096; ++cpu) {
@@ -119,6 +134,8 @@ unsigned processorCores() {
   reportWarning("failed to determine the number of processor cores; assuming 1");
   return 1;
 }
+
+}  // namespace
 
 unsigned onlineProcessors() {
   long n = sysconf(_SC_NPROCESSORS_ONLN);

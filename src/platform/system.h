@@ -20,8 +20,11 @@ bool sameFile(const std::string& a, const std::string& b);
 // arrive (a full disk shows only here).
 bool closeWrittenFile(FILE* file);
 
-// Physical cores; a warning and 1 when the platform cannot tell.
+// Physical cores; a warning and 1 when the platform cannot tell. Less the cores that the
+// calling thread leaves to others (reserveCores), but at least 1.
 unsigned processorCores();
+// The cores that work started from the calling thread leaves to another engine.
+void reserveCores(unsigned count);
 // The same count from the text of /proc/cpuinfo (exposed for tests); 0 if it names no core.
 unsigned countCoresInCpuinfo(const std::string& text);
 

@@ -13,10 +13,7 @@ namespace {
 
 // The tree can be longer than one formatted message, so it is written as it stands.
 void printPredicate(const char* heading, const ReachExpr& predicate, const char* tail) {
-  std::fputs(heading, stdout);
-  std::fputs(printReach(predicate).c_str(), stdout);
-  std::fputs(tail, stdout);
-  std::fflush(stdout);
+  writeText(stdout, heading + printReach(predicate) + tail);
 }
 
 }  // namespace

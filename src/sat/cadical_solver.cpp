@@ -7,6 +7,7 @@
 #include <cadical.hpp>
 
 #include "platform/reporter.h"
+#include "platform/stop_request.h"
 
 namespace nurex {
 
@@ -68,6 +69,7 @@ int CadicalSolver::run_engine() {
   try {
     if (max_index_ > 0) engine_->reserve(max_index_);
     for (int literal : guard_assumptions()) engine_->assume(literal);
+    StopHook hook([this] { engine_->terminate(); });
     switch (engine_->solve()) {
       case 10: return SolveSatisfiable;
       case 20: return SolveUnsatisfiable;

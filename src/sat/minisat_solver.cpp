@@ -7,6 +7,8 @@
 
 #include <minisat/simp/SimpSolver.h>
 
+#include "platform/stop_request.h"
+
 namespace nurex {
 
 namespace {
@@ -103,6 +105,7 @@ int MinisatSolver::solve() {
   Minisat::vec<Minisat::Lit> assumptions;
   for (int literal : guard_assumptions()) assumptions.push(to_minisat(literal));
   try {
+    StopHook hook([this] { engine_->interrupt(); });
     Minisat::lbool result = engine_->solveLimited(assumptions, simplify_);
     if (result == l_True) return SolveSatisfiable;
     if (result == l_False) return SolveUnsatisfiable;

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "platform/reporter.h"
+#include "platform/stop_request.h"
 #include "platform/system.h"
 #include "unfold/adequate_order.h"
 #include "unfold/concurrency_relation.h"
@@ -516,7 +517,8 @@ bool Unfolder::runCorrespondentSearch() {
 bool Unfolder::run() {
   startTime_ = monotonicSeconds();
   if (!start()) return false;
-  while (fetchBatch()) {
+  // A racing engine that answered first stops the unfolding between slices.
+  while (!stopRequested() && fetchBatch()) {
     sortBatch();
     if (!decideCutOffs()) return false;
     if (!runCorrespondentSearch()) return false;
@@ -532,6 +534,7 @@ bool Unfolder::run() {
     state_.batch = nullptr;
     if (!extended) return false;
   }
+  if (stopRequested()) return false;
   finish();
   return true;
 }

@@ -29,12 +29,13 @@ ConflictMode::ConflictMode(const StgPrefix& prefix, const OptionMap& given, bool
   if (warn_dummy_cutoffs && signals.ok() && hasDummyCutOffs(prefix)) reportWarning(DummyCutOffWarning);
 }
 
-std::string ConflictMode::message_if_found() const {
-  return csc ? "CSC conflict has been detected" : "USC conflict has been detected";
+VerdictTexts conflictVerdicts(bool csc) {
+  if (csc) return {"CSC conflict has been detected", "there are no CSC conflicts"};
+  return {"USC conflict has been detected", "there are no USC conflicts"};
 }
-std::string ConflictMode::message_if_none() const {
-  return csc ? "there are no CSC conflicts" : "there are no USC conflicts";
-}
+
+std::string ConflictMode::message_if_found() const { return conflictVerdicts(csc).found; }
+std::string ConflictMode::message_if_none() const { return conflictVerdicts(csc).none; }
 
 void ConflictMode::encode_records(std::initializer_list<Configuration*> records, int group) {
   for (Configuration* record : records)

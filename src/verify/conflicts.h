@@ -105,6 +105,8 @@ class ConflictMode : public SearchMode<StgPrefix> {
   std::vector<Literal> at_least_;  // at_least_[j]: more than j events in the two records
 };
 
+VerdictTexts conflictVerdicts(bool csc);
+
 std::unique_ptr<SearchModeBase> makeUscMode(const StgPrefix& prefix, const OptionMap& options);
 std::unique_ptr<SearchModeBase> makeCscMode(const StgPrefix& prefix, const OptionMap& options);
 

@@ -9,6 +9,8 @@
 
 namespace nurex {
 
+VerdictTexts deadlockVerdicts() { return {"the system has a deadlock", "the system is deadlock-free"}; }
+
 namespace {
 
 template <class Unit>
@@ -26,8 +28,8 @@ class DeadlockMode : public SearchMode<Unit> {
           "been introduced");
   }
 
-  std::string message_if_found() const override { return "the system has a deadlock"; }
-  std::string message_if_none() const override { return "the system is deadlock-free"; }
+  std::string message_if_found() const override { return deadlockVerdicts().found; }
+  std::string message_if_none() const override { return deadlockVerdicts().none; }
 
   void build_instance(int group) override {
     auto& record = this->configuration(0);

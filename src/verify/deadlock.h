@@ -7,6 +7,8 @@
 
 namespace nurex {
 
+VerdictTexts deadlockVerdicts();
+
 template <class Unit>
 std::unique_ptr<SearchModeBase> makeDeadlockMode(const Unit& unit, const OptionMap& options);
 

@@ -12,6 +12,8 @@
 
 namespace nurex {
 
+inline VerdictTexts normalcyVerdicts() { return {"normalcy is violated", "there are no normalcy violations"}; }
+
 enum NormalcyReason : uint32_t {
   ReasonNone = 0,
   ReasonMixedTriggers = 1,
@@ -38,8 +40,8 @@ class NormalcyMode : public ConflictMode {
  public:
   NormalcyMode(const StgPrefix& prefix, const OptionMap& options);
 
-  std::string message_if_found() const override { return "normalcy is violated"; }
-  std::string message_if_none() const override { return "there are no normalcy violations"; }
+  std::string message_if_found() const override { return normalcyVerdicts().found; }
+  std::string message_if_none() const override { return normalcyVerdicts().none; }
   void order_configurations(Configuration& first, Configuration& second, int group) override;
   // Code(C1) <= Code(C2) replaces equal codes.
   void equal_codes(int group) override;

@@ -12,6 +12,10 @@
 
 namespace nurex {
 
+VerdictTexts reachabilityVerdicts() {
+  return {"there is a reachable state satisfying the predicate", "no reachable state satisfies the predicate"};
+}
+
 ReachExprPtr readReachProperty(const std::string& property) {
   if (property.empty()) return makeReachFail("predicate is not specified");
   ReachExprPtr tree = parseReachProperty(property);
@@ -30,8 +34,8 @@ class ReachabilityMode : public SearchMode<Unit> {
   ReachabilityMode(const Unit& unit, const OptionMap& given, bool stgStates, ReachExprPtr predicate)
       : Base(unit, adjusted(given, stgStates)), predicate_(std::move(predicate)) {}
 
-  std::string message_if_found() const override { return "there is a reachable state satisfying the predicate"; }
-  std::string message_if_none() const override { return "no reachable state satisfies the predicate"; }
+  std::string message_if_found() const override { return reachabilityVerdicts().found; }
+  std::string message_if_none() const override { return reachabilityVerdicts().none; }
 
   void build_instance(int group) override {
     ReachEncoder<Unit> encoder(this->formula, this->unit, this->options["enable_via_dummies"] != 0, group,

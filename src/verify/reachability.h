@@ -10,6 +10,8 @@
 
 namespace nurex {
 
+VerdictTexts reachabilityVerdicts();
+
 // -F over a Petri net prefix, an STG prefix or a merged process, with the -d string.
 template <class Unit>
 std::unique_ptr<SearchModeBase> makeReachabilityMode(const Unit& unit, const OptionMap& options);
