@@ -12,9 +12,18 @@ namespace nurex {
 namespace {
 std::atomic<void*> reserve{nullptr};
 constexpr unsigned long ReserveSize = 8192;
+
+// Touches the stack so that its pages are mapped while address space is left: reporting runs
+// printf, whose frames could not grow the stack once memory is exhausted.
+__attribute__((noinline)) void commitStack() {
+  volatile char frames[512 * 1024];
+  for (size_t i = 0; i < sizeof frames; i += 512) frames[i] = 0;
+}
+
 }  // namespace
 
 void installOutOfMemoryHandler() {
+  commitStack();
   if (!reserve.load()) reserve.store(std::malloc(ReserveSize));
   std::set_new_handler([] { outOfMemory(); });
 }

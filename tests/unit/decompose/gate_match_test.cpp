@@ -216,7 +216,9 @@ TEST(GateMatch, TwoInputCoversAreTheCheapestGates) {
     for (const TwoInputCover& c : covers) {
       SCOPED_TRACE(c.text);
       if (c.cover.sequential) {
-        if (c.text == "11/00") EXPECT_EQ(c.match.gate ? c.match.gate->name : "", "c_element0:asynch");
+        if (c.text == "11/00") {
+          EXPECT_EQ(c.match.gate ? c.match.gate->name : "", "c_element0:asynch");
+        }
         continue;
       }
       RandomCover r{{0, 1}, {}, false};

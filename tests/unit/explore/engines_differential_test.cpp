@@ -93,8 +93,9 @@ ExploreResult explicitAnswer(const std::string& file, int mode, bool minimal, co
       for (const Transition* t : run) indices.push_back(t->index);
       TokenVector marking;
       ASSERT_TRUE(replayRun(*net, indices, marking));
-      if (mode == 1)
+      if (mode == 1) {
         for (const Transition* t : net->transitions) EXPECT_FALSE(isEnabled(t, marking)) << t->name;
+      }
     }
   });
   return result;
