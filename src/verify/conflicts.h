@@ -70,6 +70,9 @@ class ConflictMode : public SearchMode<StgPrefix> {
   // (literals times levels), by the adder tree beyond.
   size_t register_limit = size_t{1} << 21;
   int64_t item = -1;  // place or signal under work; -1 outside method 2
+  // Method 2 on solver 1 first tries to refute all items on solver 0 (for -U and -C
+  // themselves; the modes built on this class search as they are).
+  bool refute_on_solver0 = false;
 
  protected:
   static constexpr int ItemGroup = 1;     // item constraint and the known cores given at build time
@@ -87,6 +90,8 @@ class ConflictMode : public SearchMode<StgPrefix> {
   ConfigurationPair model_pair() const;
   // C1 is a subset of C2 (ordered), or one of the two includes the other (unordered).
   void add_inclusion(Configuration& first, Configuration& second, bool ordered, int group);
+  // Whether solver 0 refutes every item of method 2 (only tried where it is allowed).
+  bool items_refuted_elsewhere();
   // Solves and records until the limit of -a, excluding each core found.
   void collect_cores();
   bool limit_reached() const;
@@ -101,6 +106,7 @@ class ConflictMode : public SearchMode<StgPrefix> {
   SignalEncoding signals;
   std::vector<ConfigurationPair> known_cores_;
   size_t cores_at_build_ = 0;
+  bool is_probe_ = false;  // a refutation attempt on solver 0, which stays silent
   size_t rejected_cores_ = 0;  // known cores whose clauses live in the item group
   std::vector<Literal> at_least_;  // at_least_[j]: more than j events in the two records
 };
