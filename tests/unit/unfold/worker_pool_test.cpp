@@ -95,9 +95,7 @@ TEST(UnfoldWorkerPool, PassesThatAreASmallPartOfTheRunStayOnOneThread) {
 // window of shared passes shows no gain, the passes that follow stay on the caller.
 TEST(UnfoldWorkerPool, SharingThatGainsNothingStops) {
   WorkerPool::AssumedLoad idle(true);
-  WorkerPool pool(2);
   std::mutex oneAtATime;
-  std::atomic<uint32_t> before{0}, after{0};
   auto serialItems = [&](std::atomic<uint32_t>& onWorker) {
     return [&](unsigned worker, uint32_t) {
       std::lock_guard<std::mutex> guard(oneAtATime);
@@ -106,11 +104,19 @@ TEST(UnfoldWorkerPool, SharingThatGainsNothingStops) {
     };
   };
   // The sharing stops until the run has gone on as long again: the second pass is shorter.
+  // A loaded machine can blur one window's measure, so one of three runs must show it.
   const auto count = static_cast<uint32_t>(3 * WorkerPool::StartSeconds / 20e-6);
-  pool.run(CommandExtend, count, serialItems(before));
-  pool.run(CommandExtend, count / 4, serialItems(after));
-  EXPECT_GT(before.load(), 0u);
-  EXPECT_EQ(after.load(), 0u);
+  bool shared = false, stopped = false;
+  for (int attempt = 0; attempt < 3 && !stopped; ++attempt) {
+    WorkerPool pool(2);
+    std::atomic<uint32_t> before{0}, after{0};
+    pool.run(CommandExtend, count, serialItems(before));
+    pool.run(CommandExtend, count / 4, serialItems(after));
+    shared = shared || before.load() > 0;
+    stopped = before.load() > 0 && after.load() == 0;
+  }
+  EXPECT_TRUE(shared);
+  EXPECT_TRUE(stopped);
 }
 
 }  // namespace
