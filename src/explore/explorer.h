@@ -11,6 +11,7 @@
 
 #include "explore/explore.h"
 #include "explore/state_table.h"
+#include "reach/reach_scope.h"
 
 namespace nurex {
 
@@ -94,7 +95,7 @@ class Explorer {
   std::vector<uint32_t> stamp_;  // per transition: in the stubborn set under construction
   uint32_t generation_ = 0;
   ReachExprPtr predicate_;
-  std::vector<std::pair<const std::string*, bool>> lets_;  // `let` bindings in scope, innermost last
+  ReachScope<bool> lets_;  // `let` bindings in scope
 };
 
 }  // namespace nurex

@@ -56,55 +56,25 @@ std::vector<uint8_t> Explorer::excitedSignals(const uint64_t* s) const {
   return on;
 }
 
-bool Explorer::holds(const ReachExpr& node, const uint64_t* s, std::vector<uint8_t>& cache, bool& cached) {
-  switch (node.tag) {
-    case ReachBoolConst: return node.boolValue();
-    case ReachVariable:
-      for (auto it = lets_.rbegin(); it != lets_.rend(); ++it)
-        if (*it->first == node.text()) return it->second;
-      return false;
-    case ReachNot: return !holds(*node.unary().child, s, cache, cached);
-    case ReachAnd:
-    case ReachOr:
-    case ReachXor:
-    case ReachThresholdList: {
-      int64_t count = 0;
-      for (const ReachExprPtr& item : node.list().items) count += holds(*item, s, cache, cached);
-      int64_t size = static_cast<int64_t>(node.list().items.size());
-      if (node.tag == ReachAnd) return count == size;
-      if (node.tag == ReachOr) return count > 0;
-      if (node.tag == ReachXor) return count % 2 == 1;
-      return count >= node.list().threshold->number();
+bool Explorer::holds(const ReachExpr& predicate, const uint64_t* s, std::vector<uint8_t>& cache, bool& cached) {
+  return evaluateNormalised(predicate, lets_, [&](const ReachExpr& node) {
+    const ReachExpr& x = *node.unary().child;
+    if (node.tag == ReachState && x.tag == ReachPlaceValue) return bit(s, std::get<const Place*>(x.payload)->index);
+    const Signal* signal = x.tag == ReachSignalValue ? std::get<const Signal*>(x.payload) : nullptr;
+    bool value = signal && signal->index < net_.dummiesBegin && hasSignals_ && signalValue(s, signal->index);
+    if (node.tag == ReachState) return value;
+    if (!cached) {
+      cache = excited(s, params_.question == ExploreQuestion::StgReach);
+      cached = true;
     }
-    case ReachConditional: {
-      const ReachTernary& t = node.ternary();
-      return holds(*t.first, s, cache, cached) ? holds(*t.second, s, cache, cached) : holds(*t.third, s, cache, cached);
+    bool on = false;
+    if (x.tag == ReachTransitionValue) {
+      on = cache[std::get<const Transition*>(x.payload)->index] != 0;
+    } else {
+      for (const Transition* t : net_.transitions) on |= t->signal == signal && cache[t->index];
     }
-    case ReachLet: {
-      const ReachBinder& b = node.binder();
-      lets_.push_back({&b.variable, holds(*b.domain, s, cache, cached)});
-      bool body = holds(*b.body, s, cache, cached);
-      lets_.pop_back();
-      return body;
-    }
-    default: break;
-  }
-  const ReachExpr& x = *node.unary().child;
-  if (node.tag == ReachState && x.tag == ReachPlaceValue) return bit(s, std::get<const Place*>(x.payload)->index);
-  const Signal* signal = x.tag == ReachSignalValue ? std::get<const Signal*>(x.payload) : nullptr;
-  bool value = signal && signal->index < net_.dummiesBegin && hasSignals_ && signalValue(s, signal->index);
-  if (node.tag == ReachState) return value;
-  if (!cached) {
-    cache = excited(s, params_.question == ExploreQuestion::StgReach);
-    cached = true;
-  }
-  bool on = false;
-  if (x.tag == ReachTransitionValue) {
-    on = cache[std::get<const Transition*>(x.payload)->index] != 0;
-  } else {
-    for (const Transition* t : net_.transitions) on |= t->signal == signal && cache[t->index];
-  }
-  return node.tag == ReachNext ? value != on : on;
+    return node.tag == ReachNext ? value != on : on;
+  });
 }
 
 bool Explorer::satisfies(uint32_t i) {

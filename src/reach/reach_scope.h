@@ -65,4 +65,43 @@ inline void declarePredefinedNames(ReachSymbolTable& table) {
     table.declare(p.name, ReachSymbol{ReachType::ofKind(p.elementKind).set(), true});
 }
 
+// The truth of a normalised predicate over one state or final configuration: the Boolean
+// structure and `let` here, the atoms (state and next-state tests) by the caller.
+template <class Atom>
+bool evaluateNormalised(const ReachExpr& node, ReachScope<bool>& lets, Atom&& atom) {
+  auto holds = [&](const ReachExpr& n) { return evaluateNormalised(n, lets, atom); };
+  switch (node.tag) {
+    case ReachBoolConst: return node.boolValue();
+    case ReachVariable: {
+      const bool* bound = lets.find(node.text());
+      return bound && *bound;
+    }
+    case ReachNot: return !holds(*node.unary().child);
+    case ReachAnd:
+    case ReachOr:
+    case ReachXor:
+    case ReachThresholdList: {
+      int64_t count = 0;
+      for (const ReachExprPtr& item : node.list().items) count += holds(*item);
+      int64_t size = static_cast<int64_t>(node.list().items.size());
+      if (node.tag == ReachAnd) return count == size;
+      if (node.tag == ReachOr) return count > 0;
+      if (node.tag == ReachXor) return count % 2 == 1;
+      return count >= node.list().threshold->number();
+    }
+    case ReachConditional: {
+      const ReachTernary& t = node.ternary();
+      return holds(*t.first) ? holds(*t.second) : holds(*t.third);
+    }
+    case ReachLet: {
+      const ReachBinder& b = node.binder();
+      lets.open(b.variable, holds(*b.domain));
+      bool body = holds(*b.body);
+      lets.close();
+      return body;
+    }
+    default: return atom(node);
+  }
+}
+
 }  // namespace nurex

@@ -57,38 +57,7 @@ class WitnessEvaluator {
   }
 
   bool holds(const ReachExpr& node) {
-    switch (node.tag) {
-      case ReachBoolConst: return node.boolValue();
-      case ReachVariable: {
-        const bool* bound = lets_.find(node.text());
-        return bound && *bound;
-      }
-      case ReachNot: return !holds(*node.unary().child);
-      case ReachAnd:
-      case ReachOr:
-      case ReachXor:
-      case ReachThresholdList: {
-        int64_t count = 0;
-        for (const ReachExprPtr& item : node.list().items) count += holds(*item);
-        int64_t size = static_cast<int64_t>(node.list().items.size());
-        if (node.tag == ReachAnd) return count == size;
-        if (node.tag == ReachOr) return count > 0;
-        if (node.tag == ReachXor) return count % 2 == 1;
-        return count >= node.list().threshold->number();
-      }
-      case ReachConditional: {
-        const ReachTernary& t = node.ternary();
-        return holds(*t.first) ? holds(*t.second) : holds(*t.third);
-      }
-      case ReachLet: {
-        const ReachBinder& b = node.binder();
-        lets_.open(b.variable, holds(*b.domain));
-        bool body = holds(*b.body);
-        lets_.close();
-        return body;
-      }
-      default: return atom(node);
-    }
+    return evaluateNormalised(node, lets_, [this](const ReachExpr& n) { return atom(n); });
   }
 
  private:
