@@ -13,14 +13,19 @@ BddCover buildCover(const SignalImplementation& next) {
 }
 
 BddCover buildCover(const SignalImplementation& set, const SignalImplementation& reset) {
+  if (set.alternatives.empty() || reset.alternatives.empty() || !set.signal) {
+    BddCover cover;
+    cover.sequential = true;
+    return cover;
+  }
+  return buildCover(set.alternatives.front().cover, reset.alternatives.front().cover, set.signal->index);
+}
+
+BddCover buildCover(const BddCover& s, const BddCover& r, uint32_t own) {
   BddCover cover;
   cover.sequential = true;
-  if (set.alternatives.empty() || reset.alternatives.empty() || !set.signal) return cover;
-  const BddCover& s = set.alternatives.front().cover;
-  const BddCover& r = reset.alternatives.front().cover;
   // Each region fixes the signal's own value (0 in ER+ and QR-, 1 in QR+ and ER-), which a
   // latch has at its feedback; the regions are taken at that value, without the variable.
-  uint32_t own = set.signal->index;
   bdd z = bddVariable(own);
   bdd quiet = s.off & r.off;
   cover.er_plus = bdd_restrict(s.on, !z);

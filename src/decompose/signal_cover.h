@@ -14,5 +14,7 @@ BddCover buildCover(const SignalImplementation& next);
 // region is taken at the signal's own value in it (0 in ER+ and QR-, 1 in QR+ and ER-),
 // which a latch reads at its feedback: the support leaves the signal out.
 BddCover buildCover(const SignalImplementation& set, const SignalImplementation& reset);
+// The same from the covers of the set and the reset function of the signal with index `own`.
+BddCover buildCover(const BddCover& set, const BddCover& reset, uint32_t own);
 
 }  // namespace nurex

@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "driver/mode_frame.h"
+#include "decompose/logic_decomposer.h"
 #include "reach/coefficients.h"
 #include "resolve/encoding_resolver.h"
 #include "synthesis/equations.h"
@@ -28,6 +29,7 @@ constexpr ModeFactory<U> checkerFactory() {
   else if constexpr (Mode == 8 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<GeneralisedC>;
   else if constexpr (Mode == 9 && std::is_same_v<U, StgPrefix>) return &makeSynthesisMode<StandardC>;
   else if constexpr (Mode == 10 && std::is_same_v<U, StgPrefix>) return &makeEncodingResolver;
+  else if constexpr (Mode == 11 && std::is_same_v<U, StgPrefix>) return &makeLogicDecomposer;
   else return nullptr;
 }
 

@@ -54,7 +54,11 @@ void writeText(FILE* stream, const std::string& text) {
   std::fflush(stream);
 }
 
-void captureThreadOutput(OutputCapture* c) { capture = c; }
+OutputCapture* captureThreadOutput(OutputCapture* c) {
+  OutputCapture* outer = capture;
+  capture = c;
+  return outer;
+}
 
 void releaseCapture(OutputCapture& c) {
   for (const auto& [stream, text] : c.pieces) {

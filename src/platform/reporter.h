@@ -36,9 +36,25 @@ struct OutputCapture {
   std::atomic<uint32_t> status{0};
 };
 // Sends the calling thread's output and status to `capture`; null restores the real ones.
-void captureThreadOutput(OutputCapture* capture);
+// Returns the capture that was in force.
+OutputCapture* captureThreadOutput(OutputCapture* capture);
 // Writes out what the capture holds and raises the real status to its status.
 void releaseCapture(OutputCapture& capture);
+
+// While it lives, the thread's output and status go nowhere: a probe of a net that the
+// caller made itself only wants the answer (the status it raised).
+class QuietScope {
+ public:
+  QuietScope() : outer_(captureThreadOutput(&sink_)) {}
+  ~QuietScope() { captureThreadOutput(outer_); }
+  QuietScope(const QuietScope&) = delete;
+  QuietScope& operator=(const QuietScope&) = delete;
+  uint32_t status() const { return sink_.status.load(); }
+
+ private:
+  OutputCapture sink_;
+  OutputCapture* outer_;
+};
 
 // One message is cut to this many characters, terminator included.
 constexpr size_t MessageBufferSize = 10000;

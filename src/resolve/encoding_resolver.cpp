@@ -18,46 +18,6 @@ namespace {
 
 constexpr size_t MaxEvents = 30000;
 
-bool nameTaken(const Stg& stg, const std::string& name) {
-  for (const Transition* t : stg.transitions)
-    if (t->name == name) return true;
-  for (const Signal* s : stg.signals)
-    if (s->name == name) return true;
-  return false;
-}
-
-// A new place "<from,to>" between the two transitions.
-Place* link(Stg& stg, Transition* from, Transition* to) {
-  Place* p = stg.places.add(new Place);
-  p->name = unusedPlaceName(stg, "<" + from->name + "," + to->name + ">");
-  addTransitionArc(from, p);
-  addPlaceArc(p, to);
-  return p;
-}
-
-// Every event of the signal has the sign that the parity of its predecessors of the signal
-// gives, no two of them are concurrent, and cut-offs agree with their correspondents.
-bool signalConsistent(const StgPrefix& prefix, const EventOrder& order, const Signal* signal) {
-  std::vector<const Event*> own;
-  for (const Event* e : prefix.events)
-    if (e->transition->signal == signal) own.push_back(e);
-  auto parity = [&](const EventSet& configuration) {
-    uint32_t n = 0;
-    for (const Event* f : own) n += configuration.contains(f->index);
-    return (n + signal->initialValue) & 1;
-  };
-  for (const Event* e : own) {
-    if ((parity(order.past(e)) ^ 1) != e->transition->sign) return false;
-    for (const Event* f : own)
-      if (f != e && !order.past(e).contains(f->index) && !order.past(f).contains(e->index) &&
-          !order.conflict(e).contains(f->index))
-        return false;
-  }
-  return order.cutOffsAgree(prefix, [&](const EventSet& here, const EventSet& there, const Event*) {
-    return parity(here) == parity(there);
-  });
-}
-
 }  // namespace
 
 EncodingResolver::EncodingResolver(const StgPrefix& prefix, const OptionMap& options)
@@ -194,52 +154,13 @@ bool EncodingResolver::applyReduction(const ConcurrencyReduction& reduction) {
 }
 
 bool EncodingResolver::apply(const ResolutionSolution& solution, const std::vector<uint32_t>& signs) {
-  Stg& net = *prefix_;
   std::vector<AppliedInsertion> applied;
   for (const Insertion& insertion : solution.transformation)
     applied.push_back({insertion, instancesOf(*prefix_, insertion)});
-  std::string name = "csc";
-  for (uint32_t k = 1; nameTaken(net, name); ++k) name = "csc" + std::to_string(k);
-  Signal* signal = net.signals.add(new Signal{NoIndex, name, SignalInternal, 0});
-  sortSignals(net);
-  for (size_t i = 0; i < applied.size(); ++i) {
-    AppliedInsertion& a = applied[i];
-    std::string base = name + (signs[i] ? "-" : "+"), tname = base;
-    for (uint32_t k = 1; nameTaken(net, tname); ++k) tname = base + "/" + std::to_string(k);
-    Transition* x = a.x = net.transitions.add(new Transition);
-    x->name = tname;
-    x->signal = signal;
-    x->sign = signs[i] ? SignMinus : SignPlus;
-    if (auto* b = std::get_if<InsertionBefore>(&a.insertion)) {
-      auto* t = const_cast<Transition*>(b->t);
-      for (const Place* cp : b->places) {
-        auto* p = const_cast<Place*>(cp);
-        p->postset.erase(t);
-        t->preset.erase(p);
-        addPlaceArc(p, x);
-      }
-      a.out = link(net, x, t);
-    } else if (auto* af = std::get_if<InsertionAfter>(&a.insertion)) {
-      auto* t = const_cast<Transition*>(af->t);
-      for (const Place* cp : af->places) {
-        auto* p = const_cast<Place*>(cp);
-        p->preset.erase(t);
-        t->postset.erase(p);
-        addTransitionArc(x, p);
-      }
-      a.into = link(net, t, x);
-    } else if (auto* c = std::get_if<InsertionConcurrent>(&a.insertion)) {
-      a.into = link(net, const_cast<Transition*>(c->u), x);
-      a.into->tokens = c->marked ? 1 : 0;
-      a.out = link(net, x, const_cast<Transition*>(c->t));
-    } else {
-      reportError("internal error: a general insertion is not made by -R");
-      return false;
-    }
-  }
-  sortArcs(net);
+  Signal* signal = addInsertedSignal(*prefix_, "csc", false, applied, signs);
   insertedSignals_.push_back(signal);
-  if (verbosity >= 1) printTo(stdout, "\n inserted signal %s: %s", name.c_str(), solution.transformationText().c_str());
+  if (verbosity >= 1)
+    printTo(stdout, "\n inserted signal %s: %s", signal->name.c_str(), solution.transformationText().c_str());
   last_.reset();
   if (!insertIntoPrefix(*prefix_, applied)) {
     // The rewrite is checked against the net; a prefix that does not match is built anew.

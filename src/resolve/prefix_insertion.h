@@ -27,4 +27,15 @@ bool insertIntoPrefix(StgPrefix& prefix, const std::vector<AppliedInsertion>& ap
 // initial marking, and every event comes after its causes in the numbering.
 bool prefixMatchesNet(const StgPrefix& prefix);
 
+// Adds a new internal signal named `base` (or base1, base2, ... if taken) with one transition
+// per insertion, "+" or "-" by `signs`, and the places that wire it in; fills x, into and out
+// of each insertion. The prefix is not touched.
+Signal* addInsertedSignal(Stg& net, const std::string& base, bool initialValue, std::vector<AppliedInsertion>& applied,
+                          const std::vector<uint32_t>& signs);
+
+class EventOrder;
+// Every event of the signal has the sign that the parity of its predecessors of the signal
+// gives, no two of them are concurrent, and cut-offs agree with their correspondents.
+bool signalConsistent(const StgPrefix& prefix, const EventOrder& order, const Signal* signal);
+
 }  // namespace nurex

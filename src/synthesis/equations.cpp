@@ -147,22 +147,36 @@ Cube cubeOf(const TernaryVector& v, const std::vector<uint32_t>& support) {
 
 }  // namespace
 
-// ON and OFF sets over the codes of one support, each by enumeration in the one-record
-// instance under the item group, then the minimised cover.
-bool EquationMode::alternative_on(const Signal* z, const std::vector<uint32_t>& support, EquationAlternative& out) {
+bool EquationMode::regions_on(const Signal* z, const std::vector<uint32_t>& support, BddCover& out) {
   Configuration& record = first_record();
   std::vector<Literal> codes;
   for (uint32_t x : support) codes.push_back(signals.code(record, unit.signals[x]));
-  out.cover.support = support;
+  out.support = support;
   for (bool on : {true, false}) {
     formula.recreate_group(ItemGroup);
     region_constraint(record, z, on, ItemGroup);
     formula.enumerate(codes, ItemGroup, [&](const TernaryVector& v) {
       Cube cube = cubeOf(v, support);
-      on ? out.cover.add_on(cube) : out.cover.add_off(cube);
+      on ? out.add_on(cube) : out.add_off(cube);
     }, -1);
     if (raiseStatus(0) >= StatusError) return false;
   }
+  return true;
+}
+
+bool EquationMode::next_state_regions(const Signal* z, const std::vector<uint32_t>& support, BddCover& out) {
+  if (!signals.ok()) return false;
+  ensureBddVariables(static_cast<uint32_t>(unit.signals.size()));
+  phase = PhaseNext;
+  fresh_instance();
+  encode_records({&first_record()}, PermanentGroup);
+  return regions_on(z, support, out);
+}
+
+// ON and OFF sets over the codes of one support, each by enumeration in the one-record
+// instance under the item group, then the minimised cover.
+bool EquationMode::alternative_on(const Signal* z, const std::vector<uint32_t>& support, EquationAlternative& out) {
+  if (!regions_on(z, support, out.cover)) return false;
   if ((out.cover.on & out.cover.off) != bddfalse) {
     reportError("internal error: the states of signal " + z->name + " are not told apart by a support");
     return false;

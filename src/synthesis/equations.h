@@ -58,6 +58,10 @@ class EquationMode : public ConflictMode {
   int32_t synthesis_type() const;
   // Sum of the costs of all implementations.
   uint64_t total_cost() const;
+  // The codes over `support` (signal indices, ascending) of the reachable states where z's
+  // next value is 1 (on) and 0 (off), in a fresh instance; they overlap where the support
+  // does not tell them apart. False after an error.
+  bool next_state_regions(const Signal* z, const std::vector<uint32_t>& support, BddCover& out);
 
  protected:
   // Supports, hitting sets and a function per support for the signal in one phase; false
@@ -66,6 +70,8 @@ class EquationMode : public ConflictMode {
   // The complements of the maximal signal sets on which a separating pair agrees; false
   // after the CSC-conflict error.
   bool agreeing_sets(const Signal* z, std::vector<std::vector<uint32_t>>& complements);
+  // ON and OFF over one support in the one-record instance, by enumeration.
+  bool regions_on(const Signal* z, const std::vector<uint32_t>& support, BddCover& out);
   // The alternative on one support (signal indices, ascending), in the one-record instance.
   bool alternative_on(const Signal* z, const std::vector<uint32_t>& support, EquationAlternative& out);
   // Clauses putting the record's state where the function of the phase must be 1 (`on`) or 0.

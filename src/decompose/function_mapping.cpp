@@ -1,0 +1,273 @@
+// Tree mapping of a function: a gate where one matches, else the cheapest of a few algebraic
+// splits of its minimised cover (sums and products cut in two, a shared literal factored
+// out, the same on the complement), each part mapped in turn. Parts that are single
+// literals feed the gate above directly, through a bubble if negative.
+#include "decompose/function_mapping.h"
+
+#include <algorithm>
+#include <map>
+
+#include "kernel/two_level.h"
+
+namespace nurex {
+
+namespace {
+
+std::vector<uint32_t> variablesOf(const SumOfProducts& sop) {
+  std::vector<uint32_t> vars;
+  for (const Cube& c : sop)
+    for (const CubeLiteral& l : c) vars.push_back(l.variable);
+  std::sort(vars.begin(), vars.end());
+  vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
+  return vars;
+}
+
+// A part of a split: either one literal, read by the gate above directly, or a function.
+struct Part {
+  SumOfProducts sop;
+  bool literal() const { return sop.size() == 1 && sop[0].size() == 1; }
+};
+
+BddCover partCover(const Part& part, const bdd& care) {
+  BddCover c = coverOfFunction(sopToBdd(part.sop), care);
+  c.support = variablesOf(part.sop);
+  return c;
+}
+
+// The top function G(t0, t1) over the parts: a literal part stands for itself.
+BddCover topCover(bool orForm, bool inverted, const Part parts[2], uint32_t free) {
+  bdd t[2];
+  std::vector<uint32_t> support;
+  for (int i = 0; i < 2; ++i) {
+    if (parts[i].literal()) {
+      const CubeLiteral& l = parts[i].sop[0][0];
+      t[i] = l.positive ? bddVariable(l.variable) : !bddVariable(l.variable);
+      support.push_back(l.variable);
+    } else {
+      t[i] = bddVariable(free + static_cast<uint32_t>(i));
+      support.push_back(free + static_cast<uint32_t>(i));
+    }
+  }
+  bdd g = orForm ? (t[0] | t[1]) : (t[0] & t[1]);
+  if (inverted) g = !g;
+  BddCover c;
+  c.on = g;
+  c.off = !g;
+  std::sort(support.begin(), support.end());
+  support.erase(std::unique(support.begin(), support.end()), support.end());
+  c.support = support;
+  return c;
+}
+
+void addSplit(std::vector<CoverSplit>& out, const char* kind, bool inverted, SumOfProducts a, SumOfProducts b,
+              const bdd& care, uint32_t free) {
+  if (a.empty() || b.empty()) return;
+  Part parts[2] = {{std::move(a)}, {std::move(b)}};
+  CoverSplit s;
+  s.kind = kind;
+  bool orForm = std::string(kind) == "OR";
+  s.top = topCover(orForm, inverted, parts, free);
+  for (int i = 0; i < 2; ++i) s.parts[i] = partCover(parts[i], care);
+  out.push_back(std::move(s));
+}
+
+// Splits of one polarity of the function: the minimised sum of `f`, whose complement is
+// taken by the gate above when `inverted`.
+void splitsOf(const SumOfProducts& sop, bool inverted, const bdd& care, uint32_t free, std::vector<CoverSplit>& out) {
+  if (sop.size() >= 2) {
+    size_t half = sop.size() / 2;
+    addSplit(out, "OR", inverted, {sop.begin(), sop.begin() + half}, {sop.begin() + half, sop.end()}, care, free);
+    // A literal shared by several products comes out as one factor.
+    std::map<std::pair<uint32_t, bool>, int> uses;
+    for (const Cube& c : sop)
+      for (const CubeLiteral& l : c) ++uses[{l.variable, l.positive}];
+    int tried = 0;
+    for (const auto& [lit, count] : uses) {
+      if (count < 2 || count == static_cast<int>(sop.size()) || tried >= 3) continue;
+      SumOfProducts with, rest;
+      for (const Cube& c : sop) {
+        bool has = std::find(c.begin(), c.end(), CubeLiteral{lit.first, lit.second}) != c.end();
+        (has ? with : rest).push_back(c);
+      }
+      addSplit(out, "OR", inverted, std::move(with), std::move(rest), care, free);
+      ++tried;
+    }
+    for (size_t i = 0; i < sop.size() && i < 3; ++i) {
+      if (sop.size() == 2 && i == 1) break;
+      SumOfProducts rest;
+      for (size_t j = 0; j < sop.size(); ++j)
+        if (j != i) rest.push_back(sop[j]);
+      if (half == 1 && i == 0) continue;  // the same as the halves
+      addSplit(out, "OR", inverted, {sop[i]}, std::move(rest), care, free);
+    }
+  } else if (sop.size() == 1 && sop[0].size() >= 2) {
+    const Cube& c = sop[0];
+    size_t half = c.size() / 2;
+    addSplit(out, "AND", inverted, {Cube(c.begin(), c.begin() + half)}, {Cube(c.begin() + half, c.end())}, care, free);
+  }
+  // A sum whose products share a literal: l * (rest) as a product of two parts.
+  if (sop.size() >= 2) {
+    for (const CubeLiteral& l : sop[0]) {
+      bool everywhere = true;
+      for (const Cube& c : sop) everywhere = everywhere && std::find(c.begin(), c.end(), l) != c.end();
+      if (!everywhere) continue;
+      SumOfProducts quotient;
+      for (const Cube& c : sop) {
+        Cube q;
+        for (const CubeLiteral& m : c)
+          if (!(m == l)) q.push_back(m);
+        quotient.push_back(std::move(q));
+      }
+      addSplit(out, "AND", inverted, {Cube{l}}, std::move(quotient), care, free);
+      break;
+    }
+  }
+}
+
+class TreeMapper {
+ public:
+  explicit TreeMapper(const MappingContext& context) : context_(context) {}
+
+  std::optional<GateNetwork> map(const BddCover& cover, uint32_t depth) {
+    auto key = std::make_pair(cover.on.id(), cover.off.id());
+    auto known = memo_.find(key);
+    if (known != memo_.end() && known->second.first >= depth) return known->second.second;
+    std::optional<GateNetwork> best = search(cover, depth);
+    memo_[key] = {depth, best};
+    keep_.push_back(cover);  // the ids of the memo stay valid while the BDDs live
+    return best;
+  }
+
+ private:
+  std::optional<GateNetwork> search(const BddCover& cover, uint32_t depth) {
+    GateMatch direct = matchGate(cover, context_.combinational, context_.inverterArea);
+    std::optional<GateNetwork> best;
+    if (direct.gate) {
+      GateNetwork n;
+      n.nodes.push_back({direct, std::vector<int32_t>(direct.inputs.size(), -1), cover});
+      n.area = direct.area;
+      best = std::move(n);
+    }
+    if (depth == 0) return best;
+    for (const CoverSplit& split : splitCover(cover, context_)) {
+      std::optional<GateNetwork> candidate = compose(split.top, split.parts, depth, cover);
+      if (candidate && (!best || candidate->area < best->area)) best = std::move(candidate);
+    }
+    return best;
+  }
+
+  // The gate matching `top`, its inputs on fresh variables fed by the parts' networks.
+  std::optional<GateNetwork> compose(const BddCover& top, const BddCover parts[2], uint32_t depth, const BddCover& whole) {
+    GateMatch m = matchGate(top, context_.combinational, context_.inverterArea);
+    if (!m.gate) return std::nullopt;
+    GateNetwork out;
+    out.nodes.push_back({m, std::vector<int32_t>(m.inputs.size(), -1), whole});
+    out.area = m.area;
+    for (int i = 0; i < 2; ++i) {
+      uint32_t y = context_.firstFreeVariable + static_cast<uint32_t>(i);
+      bool fed = false;
+      for (const GateMatchInput& in : m.inputs) fed = fed || in.variable == y;
+      if (!fed) continue;
+      std::optional<GateNetwork> sub = map(parts[i], depth - 1);
+      if (!sub) return std::nullopt;
+      int32_t root = static_cast<int32_t>(out.nodes.size());
+      for (GateNode node : sub->nodes) {
+        for (int32_t& f : node.feeds)
+          if (f >= 0) f += root;
+        out.nodes.push_back(std::move(node));
+      }
+      out.area += sub->area;
+      for (size_t k = 0; k < m.inputs.size(); ++k)
+        if (m.inputs[k].variable == y) out.nodes[0].feeds[k] = root;
+    }
+    return out;
+  }
+
+  const MappingContext& context_;
+  std::map<std::pair<int, int>, std::pair<uint32_t, std::optional<GateNetwork>>> memo_;
+  std::vector<BddCover> keep_;
+};
+
+}  // namespace
+
+BddCover coverOfFunction(const bdd& h, const bdd& care) {
+  BddCover c;
+  c.on = h & care;
+  c.off = (!h) & care;
+  return c;
+}
+
+std::vector<CoverSplit> splitCover(const BddCover& cover, const MappingContext& context) {
+  std::vector<CoverSplit> out;
+  bdd care = cover.on | cover.off;
+  for (bool inverted : {false, true}) {
+    BddCover c = inverted ? cover.complement() : cover;
+    std::optional<SumOfProducts> sop = minimiseCover(c);
+    if (!sop) continue;
+    splitsOf(*sop, inverted, care, context.firstFreeVariable, out);
+  }
+  return out;
+}
+
+std::optional<GateNetwork> mapCombinational(const BddCover& cover, const MappingContext& context) {
+  ensureBddVariables(context.firstFreeVariable + 2);
+  TreeMapper mapper(context);
+  return mapper.map(cover, context.depthLimit);
+}
+
+std::optional<GateNetwork> mapMonotonic(const BddCover& set, const BddCover& reset, const MappingContext& context) {
+  if (context.latches.empty()) return std::nullopt;
+  ensureBddVariables(context.firstFreeVariable + 2);
+  std::optional<SumOfProducts> s = minimiseCover(set), r = minimiseCover(reset);
+  if (!s || !r) return std::nullopt;
+  Part parts[2] = {{*s}, {*r}};
+  bdd t[2];
+  std::vector<uint32_t> support;
+  for (int i = 0; i < 2; ++i) {
+    uint32_t v = context.firstFreeVariable + static_cast<uint32_t>(i);
+    if (parts[i].literal()) {
+      const CubeLiteral& l = parts[i].sop[0][0];
+      v = l.variable;
+      t[i] = l.positive ? bddVariable(v) : !bddVariable(v);
+    } else {
+      t[i] = bddVariable(v);
+    }
+    support.push_back(v);
+  }
+  // High where set holds, low where reset holds, the value kept where neither does; both at
+  // once never happens.
+  BddCover top;
+  top.sequential = true;
+  top.er_plus = t[0] & !t[1];
+  top.qr_plus = !t[1];
+  top.er_minus = t[1] & !t[0];
+  top.qr_minus = !t[0];
+  std::sort(support.begin(), support.end());
+  support.erase(std::unique(support.begin(), support.end()), support.end());
+  top.support = support;
+  GateMatch m = matchGate(top, context.latches, context.inverterArea);
+  if (!m.gate) return std::nullopt;
+  GateNetwork out;
+  out.nodes.push_back({m, std::vector<int32_t>(m.inputs.size(), -1), top});
+  out.area = m.area;
+  const BddCover* covers[2] = {&set, &reset};
+  for (int i = 0; i < 2; ++i) {
+    if (parts[i].literal()) continue;
+    uint32_t y = context.firstFreeVariable + static_cast<uint32_t>(i);
+    BddCover part = *covers[i];
+    std::optional<GateNetwork> sub = mapCombinational(part, context);
+    if (!sub) return std::nullopt;
+    int32_t root = static_cast<int32_t>(out.nodes.size());
+    for (GateNode node : sub->nodes) {
+      for (int32_t& f : node.feeds)
+        if (f >= 0) f += root;
+      out.nodes.push_back(std::move(node));
+    }
+    out.area += sub->area;
+    for (size_t k = 0; k < m.inputs.size(); ++k)
+      if (m.inputs[k].variable == y) out.nodes[0].feeds[k] = root;
+  }
+  return out;
+}
+
+}  // namespace nurex
