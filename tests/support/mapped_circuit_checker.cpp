@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -282,6 +283,9 @@ Judgement checkMappedCircuit(const std::string& text, const GenlibLibrary& libra
   if (!space.failure.empty()) return {true, "STG " + space.failure};
   CountedStates counted = countedStgStates(stg, stateLimit);
   if (!counted.complete) return {false, "state limit reached in the counted states"};
+  // Nearest states first, so that the witness is a shortest run.
+  std::stable_sort(counted.states.begin(), counted.states.end(),
+                   [](const CountedState& x, const CountedState& y) { return x.distance < y.distance; });
   for (const CountedState& c : counted.states) {
     uint32_t state = space.stateOf(c.marking, c.code);
     std::map<std::string, bool> values;

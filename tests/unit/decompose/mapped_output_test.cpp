@@ -31,8 +31,9 @@ class MappedOutput : public testing::Test {
   }
   static void TearDownTestSuite() { delete library; }
 
-  void SetUp() override {
-    stg = parseStgText(CElement, "celement.g");
+  void SetUp() override { read(CElement); }
+  void read(const char* text) {
+    stg = parseStgText(text, "stg.g");
     ASSERT_TRUE(stg);
     for (Signal* s : stg->signals) s->initialValue = 0;
   }
@@ -66,9 +67,10 @@ class MappedOutput : public testing::Test {
     return g;
   }
   std::unique_ptr<SignalImplementation> implementation(MappedGate top, double area,
-                                                       std::vector<MappedGate> subFunctions = {}) const {
+                                                       std::vector<MappedGate> subFunctions = {},
+                                                       const char* name = "c") const {
     auto s = std::make_unique<SignalImplementation>();
-    s->signal = signal("c");
+    s->signal = signal(name);
     s->area = area;
     s->triggers = {signal("a"), signal("b")};
     s->context = {signal("a"), signal("b"), signal("c")};
@@ -275,6 +277,24 @@ TEST_F(MappedOutput, CircuitJudgeStructure) {
     EXPECT_NE(checkMappedCircuit(c.text, library->genlib, *stg).failure.find(c.failure), std::string::npos);
   }
   EXPECT_NE(compileWithCells(cases[3].text, library->genlib), "");
+}
+
+// An internal signal, no port, drives the output through a buffer.
+TEST_F(MappedOutput, CircuitJudgeInternalSignal) {
+  read(".inputs a b\n.outputs c\n.internal x\n.graph\na+ x+\nb+ x+\nx+ c+\nc+ a- b-\na- x-\nb- x-\nx- c-\n"
+       "c- a+ b+\n.marking {<c-,a+> <c-,b+>}\n.end\n");
+  for (const char* source : {"x", "a"}) {
+    SCOPED_TRACE(source);
+    ResultList list;
+    list.push_back(implementation(mapped(source, "delay:asynch", {std::string("D=") + source}), 0));
+    list.push_back(implementation(mapped("maj", "c_element0:asynch", {"A=a", "B=b", "C_NEXT=x"}), 40, {}, "x"));
+    std::string text = netlist(list);
+    EXPECT_NE(text.find("    assign c = " + std::string(source) + ";\n"), std::string::npos) << text;
+    std::string failure = checkMappedCircuit(text, library->genlib, *stg).failure;
+    if (*source == 'x') EXPECT_EQ(failure, "");
+    else EXPECT_NE(failure.find("signal c: the gates give 1 where the next value is 0, after a+ ("), std::string::npos) << failure;
+    EXPECT_EQ(compileWithCells(text, library->genlib), "");
+  }
 }
 
 }  // namespace
