@@ -30,7 +30,7 @@ std::string pinSource(const SignalImplementation& s, const Pin& pin) {
   std::string text = pin.inverted ? "!" : "";
   if (pin.subFunction >= 0 && static_cast<size_t>(pin.subFunction) < s.subFunctions.size())
     return text + "{" + subFunctionLine(s, s.subFunctions[pin.subFunction]) + "}";
-  return text + (pin.signal ? pin.signal->name : "");
+  return text + (pin.signal ? pin.signal : s.signal)->name;  // nothing named: the feedback
 }
 
 std::string subFunctionLine(const SignalImplementation& s, const MappedGate& g) {
@@ -50,10 +50,10 @@ XmlNode* gateElement(XmlDocument& doc, const SignalImplementation& s, const Mapp
   for (const Pin& p : g.pins) {
     XmlNode* pin = xmlElement(doc, "pin");
     xmlAttribute(doc, pin, "name", p.name);
-    if (p.signal) xmlAttribute(doc, pin, "signal", p.signal->name);
+    bool sub = p.subFunction >= 0 && static_cast<size_t>(p.subFunction) < s.subFunctions.size();
+    if (!sub) xmlAttribute(doc, pin, "signal", (p.signal ? p.signal : s.signal)->name);
     xmlAttribute(doc, pin, "inverted", boolText(p.inverted));
-    if (p.subFunction >= 0 && static_cast<size_t>(p.subFunction) < s.subFunctions.size())
-      pin->append_node(gateElement(doc, s, s.subFunctions[p.subFunction]));
+    if (sub) pin->append_node(gateElement(doc, s, s.subFunctions[p.subFunction]));
     gate->append_node(pin);
   }
   return gate;
