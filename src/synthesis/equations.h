@@ -52,6 +52,7 @@ class EquationMode : public ConflictMode {
   void describe_failure() override;
   // The unmapped netlist of the derived equations.
   void write_netlist(FILE* stream) const;
+  std::string netlist_text() const;
 
   // Derived implementations in signal table order (SET before RESET).
   std::vector<const SignalImplementation*> implementations() const;

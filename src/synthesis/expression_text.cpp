@@ -44,6 +44,12 @@ std::string verilogName(const std::string& name) {
   return "\\" + name + " ";
 }
 
+std::string signalNamesText(const std::vector<const Signal*>& signals) {
+  std::string text;
+  for (const Signal* s : signals) text += " " + s->name;
+  return text;
+}
+
 std::string expressionText(const SumOfProducts& sop, const NodeList<Signal>& signals, ConstantStyle style) {
   bool value;
   if (isConstant(sop, value)) return constantText(value, style);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "kernel/bdd_cover.h"
 #include "model/net.h"
@@ -19,5 +20,7 @@ std::string complementText(const SumOfProducts& sop, const NodeList<Signal>& sig
 // The name as a Verilog identifier: itself, or escaped ("\name ") when it is not a plain
 // identifier or is a keyword.
 std::string verilogName(const std::string& name);
+// " a b c": the names, each after a blank, as the results list triggers and context.
+std::string signalNamesText(const std::vector<const Signal*>& signals);
 
 }  // namespace nurex

@@ -1,12 +1,10 @@
 // The unmapped Verilog netlist of derived equations, and where the mode's results go.
-#include <set>
 #include <string>
 
 #include "platform/options.h"
-#include "platform/reporter.h"
-#include "platform/system.h"
 #include "synthesis/equations.h"
 #include "synthesis/expression_text.h"
+#include "synthesis/netlist_parts.h"
 
 namespace nurex {
 
@@ -14,20 +12,12 @@ namespace {
 
 const char* const FailedNetlist = "\nFailed to synthesise the specification\n";
 
-bool namesNetlist(const std::string& name) { return name.size() >= 2 && name.compare(name.size() - 2, 2, ".v") == 0; }
-
-std::string joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (size_t i = 0; i < names.size(); ++i) text += (i ? ", " : "") + names[i];
-  return text;
-}
-
 // Only the first alternative is live: the rest are comments, so each signal has one driver.
 const char* statementLead(bool live) { return live ? "    " : "    // "; }
 
 class NetlistWriter {
  public:
-  NetlistWriter(const EquationMode& mode, const StgPrefix& unit) : mode_(mode), unit_(unit) {}
+  NetlistWriter(const EquationMode& mode, const StgPrefix& unit) : mode_(mode), unit_(unit), names_(unit.signals) {}
 
   std::string text() {
     header();
@@ -55,26 +45,11 @@ class NetlistWriter {
     return complementText(a.sop, unit_.signals, ConstantStyle::Verilog);
   }
 
-  // A made wire never takes the name of a signal or of another wire: an output named
-  // "x_SET" beside an output x would otherwise get two drivers.
-  std::string wire(const std::string& wanted) {
-    std::string name = verilogName(wanted);
-    for (uint32_t n = 1; taken_.count(name); ++n) name = verilogName(wanted + "_" + std::to_string(n));
-    taken_.insert(name);
-    return name;
-  }
-
   void header() {
-    std::vector<std::string> outputs, inputs;
-    for (const Signal* s : unit_.signals) taken_.insert(verilogName(s->name));
-    for (const Signal* s : unit_.signals) {
-      if (s->kind == SignalOutput) outputs.push_back(verilogName(s->name));
-      if (s->kind == SignalInput) inputs.push_back(verilogName(s->name));
-    }
-    out_ += "module NUREX_unmapped_implementation(" + joined(outputs) +
-            (outputs.empty() || inputs.empty() ? "" : ", ") + joined(inputs) + ");\n";
-    if (!outputs.empty()) out_ += "    output " + joined(outputs) + ";\n";
-    if (!inputs.empty()) out_ += "    input " + joined(inputs) + ";\n";
+    NetlistPorts ports = netlistPorts(unit_.signals);
+    out_ += "module NUREX_unmapped_implementation(" + ports.list() + ");\n";
+    if (!ports.outputs.empty()) out_ += "    output " + joinedNames(ports.outputs) + ";\n";
+    if (!ports.inputs.empty()) out_ += "    input " + joinedNames(ports.inputs) + ";\n";
     out_ += "\n";
     static const char* const kinds[] = {"complex-gate", "gC", "standard-C"};
     out_ += std::string("    // ") + kinds[mode_.synthesis_type() - 1] +
@@ -109,7 +84,7 @@ class NetlistWriter {
 
   void standard_c(const SignalImplementation& set, const SignalImplementation& reset) {
     std::string name = set.signal->name;
-    std::string z = verilogName(name), s = wire(name + "_SET"), r = wire(name + "_nRESET");
+    std::string z = verilogName(name), s = names_.fresh(name + "_SET"), r = names_.fresh(name + "_nRESET");
     out_ += "\n\n    // Signal " + name + " cost=" + std::to_string(set.cost() + reset.cost()) + "\n";
     for (size_t i = 0; i < set.alternatives.size(); ++i)
       out_ += statementLead(i == 0) + std::string("assign ") + s + " = " + expression(set.alternatives[i]) +
@@ -121,37 +96,29 @@ class NetlistWriter {
   }
 
   void trailer() {
-    std::string values;
-    for (const Signal* s : unit_.signals)
-      if (s->kind != SignalDummy) values += (values.empty() ? "" : " ") + s->name + "=" + std::to_string(s->initialValue);
-    out_ += "\n    // initial values of the signals\n    // " + values + "\nendmodule\n";
+    out_ += "\n    // initial values of the signals\n    // " + initialValuesText(unit_.signals) + "\nendmodule\n";
   }
 
   const EquationMode& mode_;
   const StgPrefix& unit_;
   std::string out_;
-  std::set<std::string> taken_;  // Verilog names of the signals and of the wires made so far
+  NetlistNames names_;
 };
-
-// The netlist file, or the error stream after the warning when it cannot be opened.
-void writeNetlistFile(const EquationMode& mode) {
-  const std::string& name = runStrings.outputFileName;
-  FILE* file = std::fopen(name.c_str(), "w");
-  if (!file) reportWarning(cannotOpenForOutput(name));
-  mode.write_netlist(file ? file : stderr);
-  if (file && !closeWrittenFile(file)) reportError(cannotWriteFile());
-}
 
 }  // namespace
 
 void EquationMode::write_netlist(FILE* stream) const {
-  std::string text = solutions.empty() ? FailedNetlist : NetlistWriter(*this, unit).text();
-  std::fputs(text.c_str(), stream);
+  std::fputs(netlist_text().c_str(), stream);
   std::fflush(stream);
 }
 
+std::string EquationMode::netlist_text() const {
+  return solutions.empty() ? FailedNetlist : NetlistWriter(*this, unit).text();
+}
+
 void EquationMode::describe() {
-  if (namesNetlist(runStrings.outputFileName)) writeNetlistFile(*this);
+  // The error stream takes the netlist that its file cannot.
+  if (namesNetlist(runStrings.outputFileName)) writeNetlistFile(runStrings.outputFileName, stderr, netlist_text());
   else writeResults(solutions, message_if_found(), message_if_none());
 }
 

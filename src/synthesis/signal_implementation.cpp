@@ -3,18 +3,13 @@
 
 #include "platform/reporter.h"
 #include "synthesis/equations.h"
+#include "synthesis/expression_text.h"
 
 namespace nurex {
 
 uint64_t SignalImplementation::cost() const { return alternatives.empty() ? 0 : alternatives.front().literals; }
 
 namespace {
-
-std::string signalList(const std::vector<const Signal*>& signals) {
-  std::string text;
-  for (const Signal* s : signals) text += " " + s->name;
-  return text;
-}
 
 XmlNode* signalsElement(XmlDocument& doc, const char* name, const std::vector<const Signal*>& signals) {
   XmlNode* node = xmlElement(doc, name);
@@ -26,9 +21,9 @@ XmlNode* signalsElement(XmlDocument& doc, const char* name, const std::vector<co
 
 void SignalImplementation::print(FILE* stream, ResultForm) const {
   std::string text = "Signal " + name + " (cost " + std::to_string(cost()) + ")\nTriggers (approximation):" +
-                     signalList(triggers);
+                     signalNamesText(triggers);
   for (const EquationAlternative& a : alternatives)
-    text += "\nContext:" + signalList(a.context) + "\nEquation (" + std::to_string(a.literals) + " lits): " + a.equation;
+    text += "\nContext:" + signalNamesText(a.context) + "\nEquation (" + std::to_string(a.literals) + " lits): " + a.equation;
   std::fputs(text.c_str(), stream);  // equations of wide supports may exceed one message buffer
   std::fflush(stream);
 }

@@ -5,16 +5,15 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <unordered_map>
 #include <vector>
 
+#include "support/stg_space.h"
 #include "unit/verify/stg_states.h"
 
 namespace nurex::test {
 
 namespace {
 
-bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
 bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
 
 const Signal* signalNamed(const Stg& stg, const std::string& name) {
@@ -23,91 +22,7 @@ const Signal* signalNamed(const Stg& stg, const std::string& name) {
   return nullptr;
 }
 
-// States (marking, code) keyed by marking bytes then code bytes; codes start from the declared
-// initial values (1 or else 0), as countedStgStates does, and `offset` maps them to the real ones.
-struct Space {
-  const Stg* stg = nullptr;
-  std::vector<std::string> keys;
-  std::unordered_map<std::string, uint32_t> index;
-  std::vector<std::vector<std::pair<const Transition*, uint32_t>>> successors;
-  std::vector<uint32_t> parent;
-  std::vector<const Transition*> via;
-  std::vector<uint8_t> init, offset;  // per signal
-  bool complete = true;
-  std::string failure;
-
-  uint8_t value(uint32_t state, const Signal* s) const {
-    return static_cast<uint8_t>(keys[state][stg->places.size() + s->index] ^ offset[s->index]);
-  }
-  std::string run(uint32_t state, const Transition* last = nullptr) const {
-    std::vector<std::string> names;
-    if (last) names.push_back(last->name);
-    for (; state != 0; state = parent[state]) names.push_back(via[state]->name);
-    std::string text;
-    for (auto it = names.rbegin(); it != names.rend(); ++it) text += (text.empty() ? "" : " ") + *it;
-    return text.empty() ? "(empty run)" : text;
-  }
-};
-
-// Explores with toggling signals, infers each unknown initial value from the first transition of
-// its signal met (no earlier one lies on the breadth-first run to it), then checks consistency.
-void explore(const Stg& stg, const std::vector<uint8_t>& known, uint32_t limit, Space& space) {
-  space.stg = &stg;
-  const size_t places = stg.places.size();
-  std::string start;
-  for (const Place* p : stg.places) start.push_back(static_cast<char>(p->tokens != 0));
-  for (const Signal* s : stg.signals) start.push_back(static_cast<char>(s->initialValue == 1));
-  for (const Place* p : stg.places)
-    if (p->tokens > 1) space.failure = "unsafe: place " + p->name + " starts with several tokens";
-  space.keys = {start};
-  space.index = {{start, 0}};
-  space.parent = {0};
-  space.via = {nullptr};
-  std::vector<int> firstSign(stg.signals.size(), -1);
-  for (uint32_t i = 0; i < space.keys.size() && space.failure.empty(); ++i) {
-    space.successors.emplace_back();
-    for (const Transition* t : stg.transitions) {
-      const std::string& key = space.keys[i];
-      if (!std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return key[p->index]; })) continue;
-      std::string next = key;
-      for (const Place* p : t->preset) next[p->index] = 0;
-      for (const Place* p : t->postset) {
-        if (next[p->index]) {
-          space.failure = "unsafe: place " + p->name + " gets a second token by " + space.run(i, t);
-          return;
-        }
-        next[p->index] = 1;
-      }
-      if (!isDummy(t)) {
-        next[places + t->signal->index] ^= 1;
-        if (firstSign[t->signal->index] < 0 && t->sign != SignNone) firstSign[t->signal->index] = t->sign;
-      }
-      auto [it, added] = space.index.emplace(next, space.keys.size());
-      if (added) {
-        if (space.keys.size() >= limit) {
-          space.complete = false;
-          return;
-        }
-        space.keys.push_back(next);
-        space.parent.push_back(i);
-        space.via.push_back(t);
-      }
-      space.successors[i].emplace_back(t, it->second);
-    }
-  }
-  for (const Signal* s : stg.signals) {
-    uint8_t v = known[s->index] <= 1 ? known[s->index] : firstSign[s->index] == SignMinus;
-    space.init.push_back(v);
-    space.offset.push_back(static_cast<uint8_t>(v ^ (s->initialValue == 1)));
-  }
-  for (uint32_t i = 0; i < space.successors.size() && space.failure.empty(); ++i)
-    for (auto [t, j] : space.successors[i]) {
-      if (isDummy(t) || t->sign == SignNone || space.value(i, t->signal) != (t->sign == SignPlus ? 1 : 0)) continue;
-      space.failure = "inconsistent: " + t->name + " fires with " + t->signal->name + "=" +
-                      std::to_string(space.value(i, t->signal)) + " by " + space.run(i, t);
-      break;
-    }
-}
+using Space = StgSpace;
 
 std::string labelOf(const Transition* t) {
   return t->signal->name + (t->sign == SignPlus ? "+" : t->sign == SignMinus ? "-" : "~");
@@ -239,9 +154,7 @@ std::string cscConflict(const Space& b, uint32_t limit, bool& complete) {
           first = group[x], second = group[y];
       }
   if (!first) return "";
-  auto stateOf = [&](const CountedState* c) {
-    return b.index.at(std::string(c->marking.begin(), c->marking.end()) + std::string(c->code.begin(), c->code.end()));
-  };
+  auto stateOf = [&](const CountedState* c) { return b.stateOf(c->marking, c->code); };
   std::string code;
   for (const Signal* s : b.stg->signals)
     if (s->kind != SignalDummy) code += s->name + "=" + std::to_string(b.value(stateOf(first), s)) + " ";
@@ -266,7 +179,7 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
   Space a, b;
   std::vector<uint8_t> knownA, knownB;
   for (const Signal* s : input.signals) knownA.push_back(s->initialValue);
-  explore(input, knownA, options.stateLimit, a);
+  exploreStgSpace(input, knownA, options.stateLimit, a);
   if (!a.complete) return {false, "state limit reached in the input"};
   if (!a.failure.empty()) return {true, "input STG " + a.failure};
   // Old signals take the input's values, so that both start from the same code.
@@ -274,7 +187,7 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
     const Signal* old = s->kind == SignalDummy ? nullptr : signalNamed(input, s->name);
     knownB.push_back(old ? a.init[old->index] : s->initialValue);
   }
-  explore(output, knownB, options.stateLimit, b);
+  exploreStgSpace(output, knownB, options.stateLimit, b);
   if (!b.complete) return {false, "state limit reached in the output"};
   if (!b.failure.empty()) return {true, b.failure};
 
