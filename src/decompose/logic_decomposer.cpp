@@ -20,6 +20,7 @@
 #include "resolve/prefix_insertion.h"
 #include "synthesis/equations.h"
 #include "synthesis/expression_text.h"
+#include "synthesis/netlist_parts.h"
 #include "unfold/unfolder.h"
 #include "verify/conflicts.h"
 #include "verify/deadlock.h"
@@ -459,7 +460,7 @@ void LogicDecomposer::buildResults(const std::vector<Task>& tasks) {
   for (const Task& task : tasks) {
     auto impl = std::make_unique<mapping::SignalImplementation>();
     impl->signal = task.z;
-    impl->cost = task.network ? task.network->area : 0;
+    impl->area = task.network ? task.network->area : 0;
     impl->triggers = task.triggers;
     impl->context = task.context;
     const GateNetwork& n = *task.network;
@@ -508,24 +509,24 @@ void LogicDecomposer::buildResults(const std::vector<Task>& tasks) {
   }
 }
 
-double LogicDecomposer::totalArea() const {
-  double total = 0;
-  for (const auto& r : results_) total += static_cast<const mapping::SignalImplementation&>(*r).cost;
-  return total;
-}
+double LogicDecomposer::totalArea() const { return mapping::totalArea(results_); }
 
-std::string LogicDecomposer::report() const {
-  if (failed_) return "Failed to decompose";
-  char text[64];
-  std::snprintf(text, sizeof text, "Logic decomposition finished (area=%.2f)", totalArea());
-  return text;
-}
+std::string LogicDecomposer::report() const { return mapping::decompositionResult(results_, failed_); }
 
-void LogicDecomposer::describe() { writeResults(results_, report(), report()); }
+void LogicDecomposer::describe() {
+  if (namesNetlist(runStrings.outputFileName))
+    mapping::writeMappedNetlistFile(runStrings.outputFileName, *prefix_, results_, *library_, failed_);
+  else
+    writeResults(results_, report(), report());
+}
 
 void LogicDecomposer::describe_failure() {
-  ResultList none;
-  writeResults(none, "Failed to decompose", "Failed to decompose");
+  failed_ = true;
+  results_.clear();
+  if (namesNetlist(runStrings.outputFileName) && library_)
+    mapping::writeMappedNetlistFile(runStrings.outputFileName, *prefix_, results_, *library_, true);
+  else
+    writeResults(results_, report(), report());
 }
 
 void LogicDecomposer::writeStg(const std::string& base) const {
