@@ -1,0 +1,160 @@
+// The relation solver on gate decompositions of random incompletely specified functions and on
+// random relations, every vector checked minterm by minterm; its filter and its error paths.
+#include "kernel/boolean_relation.h"
+
+#include <gtest/gtest.h>
+
+#include "kernel_test_support.h"
+#include "platform/reporter.h"
+
+namespace nurex {
+namespace {
+
+using namespace kernel_test;
+
+const std::vector<uint32_t> Inputs{0, 1, 2, 3, 4};
+constexpr uint32_t FirstOutput = 20;
+
+std::vector<uint32_t> outputVariables(size_t n) {
+  std::vector<uint32_t> outputs;
+  for (uint32_t i = 0; i < n; ++i) outputs.push_back(FirstOutput + i);
+  return outputs;
+}
+
+// Minterm m over the variables (bit j of m is variables[j]).
+bdd minterm(uint64_t m, const std::vector<uint32_t>& variables) {
+  bdd point = bddtrue;
+  for (size_t j = 0; j < variables.size(); ++j)
+    point &= (m >> j & 1) ? bddVariable(variables[j]) : !bddVariable(variables[j]);
+  return point;
+}
+
+// Each minterm over the variables in with the given chance in percent.
+bdd randomSet(std::mt19937& random, const std::vector<uint32_t>& variables, uint32_t percent) {
+  bdd result = bddfalse;
+  for (uint64_t m = 0; m < (uint64_t{1} << variables.size()); ++m)
+    if (random() % 100 < percent) result |= minterm(m, variables);
+  return result;
+}
+
+// Checks the solver's answer against the relation point by point: per x in the domain, the
+// output code the vector gives is one the relation allows.
+void expectCompatible(const BooleanRelation& relation, const std::vector<RelationSolution>& solutions,
+                      const RelationLimits& limits = {}) {
+  bdd outputSet = bddtrue;
+  for (uint32_t v : relation.outputs) outputSet &= bddVariable(v);
+  bdd domain = bdd_exist(relation.relation, outputSet);
+  for (size_t s = 0; s < solutions.size(); ++s) {
+    const RelationSolution& solution = solutions[s];
+    ASSERT_EQ(solution.functions.size(), relation.outputs.size());
+    EXPECT_EQ(solution.literals, [&] {
+      uint64_t n = 0;
+      for (const SumOfProducts& f : solution.functions) n += literalCount(f);
+      return n;
+    }());
+    if (s > 0) {
+      EXPECT_LE(solutions[s - 1].literals, solution.literals);
+    }
+    for (size_t t = 0; t < s; ++t) EXPECT_NE(solutions[t].bdds, solution.bdds) << "a vector twice";
+    for (size_t k = 0; k < relation.outputs.size(); ++k) {
+      EXPECT_EQ(sopToBdd(solution.functions[k]), solution.bdds[k]);
+      sopTable(solution.functions[k], Inputs);  // fails on a literal outside the inputs
+    }
+    for (uint32_t m = 0; m < 32; ++m) {
+      bdd point = minterm(m, Inputs);
+      if ((point & domain) == bddfalse) continue;
+      for (size_t k = 0; k < relation.outputs.size(); ++k)
+        point &= (minterm(m, Inputs) & solution.bdds[k]) != bddfalse ? bddVariable(relation.outputs[k]) : !bddVariable(relation.outputs[k]);
+      EXPECT_NE(point & relation.relation, bddfalse) << "vector " << s << " fails at minterm " << m;
+    }
+  }
+  EXPECT_LE(solutions.size(), limits.max_solutions);
+}
+
+struct Gate {
+  const char* name;
+  uint32_t pins;
+  uint64_t table;  // bit c: the output for pin code c (bit i of c is pin i)
+};
+const Gate Gates[] = {{"AND2", 2, 0b1000}, {"OR2", 2, 0b1110}, {"NAND2", 2, 0b0111}, {"XOR2", 2, 0b0110},
+                      {"AOI21", 3, 0b00000111} /* !(p0 p1 + p2) */, {"OA21", 3, 0b11100000} /* (p0 + p1) p2 */};
+
+TEST(BooleanRelation, GateDecompositionsOfRandomFunctions) {
+  std::mt19937 random(11);
+  for (const Gate& gate : Gates) {
+    for (int round = 0; round < 25; ++round) {
+      SCOPED_TRACE(std::string(gate.name) + " round " + std::to_string(round));
+      uint32_t on = random(), off = random() & ~on;
+      if (round % 2 == 0) off = ~on;  // completely specified
+      std::vector<uint32_t> outputs = outputVariables(gate.pins);
+      bdd g = tableToBdd(gate.table, outputs);
+      bdd onSet = tableToBdd(on, Inputs), offSet = tableToBdd(off, Inputs);
+      BooleanRelation relation{bdd_imp(onSet, g) & bdd_imp(offSet, !g), Inputs, outputs};
+      std::vector<RelationSolution> solutions = solveRelation(relation);
+      ASSERT_FALSE(solutions.empty());
+      expectCompatible(relation, solutions);
+    }
+  }
+}
+
+// Random relations over 5 inputs and 2 or 3 outputs: some with points that allow no output,
+// some that are a function (one vector fits), some built around a random vector.
+TEST(BooleanRelation, RandomRelations) {
+  std::mt19937 random(23);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    std::vector<uint32_t> outputs = outputVariables(2 + round % 2);
+    std::vector<uint32_t> all = Inputs;
+    all.insert(all.end(), outputs.begin(), outputs.end());
+    std::vector<bdd> h;
+    bdd function = bddtrue;
+    for (uint32_t v : outputs) {
+      h.push_back(tableToBdd(random(), Inputs));
+      function &= bdd_biimp(bddVariable(v), h.back());
+    }
+    int kind = round % 3;
+    bdd r = kind == 0 ? randomSet(random, all, 30) : kind == 1 ? function : function | randomSet(random, all, 20);
+    BooleanRelation relation{r, Inputs, outputs};
+    std::vector<RelationSolution> solutions = solveRelation(relation, {6, 24, 64, false, {}});
+    ASSERT_FALSE(solutions.empty());
+    expectCompatible(relation, solutions, {6, 24, 64, false, {}});
+    if (kind == 1) {
+      ASSERT_EQ(solutions.size(), 1u);
+      EXPECT_EQ(solutions[0].bdds, h);
+    }
+  }
+}
+
+TEST(BooleanRelation, FilterAndErrors) {
+  // ab + c as OR2 without constant pins: (ab, c) or (c, ab).
+  std::vector<uint32_t> outputs = outputVariables(2);
+  bdd f = (bddVariable(0) & bddVariable(1)) | bddVariable(2);
+  bdd g = bddVariable(outputs[0]) | bddVariable(outputs[1]);
+  BooleanRelation relation{bdd_biimp(f, g), Inputs, outputs};
+  RelationLimits limits;
+  limits.exclude_constant = true;
+  std::vector<RelationSolution> solutions = solveRelation(relation, limits);
+  ASSERT_FALSE(solutions.empty());
+  expectCompatible(relation, solutions, limits);
+  EXPECT_EQ(solutions[0].literals, 3u);
+  for (const RelationSolution& s : solutions)
+    for (const bdd& h : s.bdds) EXPECT_TRUE(h != bddfalse && h != bddtrue);
+
+  // An empty domain: any vector fits, the constants cheapest.
+  solutions = solveRelation({bddfalse, Inputs, outputs});
+  ASSERT_EQ(solutions.size(), 1u);
+  EXPECT_EQ(solutions[0].literals, 0u);
+
+  resetStatus();
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(solveRelation({relation.relation & bddVariable(30), Inputs, outputs}).empty());
+  EXPECT_TRUE(solveRelation({relation.relation, Inputs, {outputs[0], 0}}).empty());
+  std::string errors = testing::internal::GetCapturedStderr();
+  EXPECT_NE(errors.find("reads variables outside its inputs and outputs"), std::string::npos);
+  EXPECT_NE(errors.find("both an input and an output"), std::string::npos);
+  EXPECT_EQ(raiseStatus(0), StatusError);
+  resetStatus();
+}
+
+}  // namespace
+}  // namespace nurex
