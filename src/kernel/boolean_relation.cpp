@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <numeric>
 #include <optional>
+#include <queue>
 #include <string>
 
 #include "platform/reporter.h"
@@ -53,8 +54,7 @@ class RelationSolver {
     do {
       if (!substitute(widened, order)) return false;
     } while (++orders < limits_.max_orders && std::next_permutation(order.begin(), order.end()));
-    uint32_t budget = limits_.max_splits;
-    return explore(widened, budget);
+    return explore(widened);
   }
 
   std::vector<RelationSolution> solutions() {
@@ -115,34 +115,69 @@ class RelationSolver {
     return offer(std::move(functions));
   }
 
-  // All outputs minimised in their own intervals at once; where the vector conflicts, the
-  // relation is split at one conflicting point on an output that is free there.
-  bool explore(const bdd& r, uint32_t& budget) {
-    if (budget == 0) return true;
-    --budget;
+  // A subrelation with each output minimised in its own interval. Narrowing a relation only
+  // narrows the intervals, so the vector's cost bounds every vector compatible with it.
+  struct Candidate {
+    bdd relation;
     std::vector<Interval> intervals;
     std::vector<SumOfProducts> functions;
     std::vector<bdd> bdds;
+    uint64_t cost = 0;
+    uint64_t sequence = 0;  // ties go to the earlier candidate, for determinism
+  };
+
+  std::optional<Candidate> evaluate(const bdd& r) {
+    Candidate candidate{r, {}, {}, {}, 0, sequence_++};
     for (size_t k = 0; k < outputs_.size(); ++k) {
-      intervals.push_back(interval(r, k));
-      std::optional<SumOfProducts> f = minimiseIn(intervals.back());
-      if (!f) return false;
-      bdds.push_back(sopToBdd(*f));
-      functions.push_back(std::move(*f));
+      candidate.intervals.push_back(interval(r, k));
+      std::optional<SumOfProducts> f = minimiseIn(candidate.intervals.back());
+      if (!f) return std::nullopt;
+      candidate.bdds.push_back(sopToBdd(*f));
+      candidate.cost += literalCount(*f);
+      candidate.functions.push_back(std::move(*f));
     }
-    bdd conflict = conflicts(r, bdds);
-    if (conflict == bddfalse) return offer(std::move(functions));
-    bdd point = bdd_satoneset(conflict, inputSet_, bddfalse);
-    // A point where every output is forced has only one allowed value, which the vector takes.
-    for (size_t k = 0; k < outputs_.size(); ++k) {
-      if ((point & (intervals[k].on | intervals[k].off)) != bddfalse) continue;
-      bdd value = (point & bdds[k]) != bddfalse ? outputs_[k] : !outputs_[k];
-      // The branch that changes the conflicting value first.
-      if (!explore(r & !(point & value), budget)) return false;
-      return explore(r & bdd_imp(point, value), budget);
+    return candidate;
+  }
+
+  // Best-first search in the manner of BREL: the cheapest candidate is taken; if its vector
+  // fits, it is a solution, else the relation is split at one conflicting point on an output
+  // that is free there, once for each value. Solutions thus come cheapest first.
+  bool explore(const bdd& widened) {
+    auto later = [](const Candidate& a, const Candidate& b) {
+      return a.cost != b.cost ? a.cost > b.cost : a.sequence > b.sequence;
+    };
+    std::priority_queue<Candidate, std::vector<Candidate>, decltype(later)> open(later);
+    uint32_t budget = limits_.max_splits;
+    uint32_t found = 0;
+    auto push = [&](const bdd& r) {
+      std::optional<Candidate> candidate = evaluate(r);
+      if (candidate) open.push(std::move(*candidate));
+      return candidate.has_value();
+    };
+    if (!push(widened)) return false;
+    while (!open.empty() && found < limits_.max_solutions) {
+      Candidate best = open.top();
+      open.pop();
+      bdd conflict = conflicts(best.relation, best.bdds);
+      if (conflict == bddfalse) {
+        size_t before = pool_.size();
+        if (!offer(std::move(best.functions))) return false;
+        found += pool_.size() > before;
+        continue;
+      }
+      if (budget < 2) continue;
+      budget -= 2;
+      bdd point = bdd_satoneset(conflict, inputSet_, bddfalse);
+      // A point where every output is forced has one allowed value, which the vector takes.
+      size_t k = 0;
+      while (k < outputs_.size() && (point & (best.intervals[k].on | best.intervals[k].off)) != bddfalse) ++k;
+      if (k == outputs_.size()) {
+        reportError(WrongSolution);
+        return false;
+      }
+      if (!push(best.relation & !(point & outputs_[k])) || !push(best.relation & bdd_imp(point, outputs_[k]))) return false;
     }
-    reportError(WrongSolution);
-    return false;
+    return true;
   }
 
   // Keeps a new, distinct vector after checking it against the relation itself.
@@ -169,6 +204,7 @@ class RelationSolver {
   bdd inputSet_, outputSet_, domain_;
   std::vector<bdd> outputs_;
   std::vector<RelationSolution> pool_;
+  uint64_t sequence_ = 0;
 };
 
 }  // namespace

@@ -27,7 +27,7 @@ struct RelationSolution {
 struct RelationLimits {
   uint32_t max_solutions = 4;   // K: at most this many vectors are returned
   uint32_t max_orders = 24;     // output orders tried by sequential substitution
-  uint32_t max_splits = 64;     // subrelations explored by splitting on a conflicting point
+  uint32_t max_splits = 256;    // subrelations the best-first search may evaluate
   bool exclude_constant = false;  // drop vectors in which some function is constant
   MinimiserLimits minimiser;
 };

@@ -97,6 +97,41 @@ TEST(BooleanRelation, GateDecompositionsOfRandomFunctions) {
   }
 }
 
+// Narrowing a relation narrows each output's interval, so the cost of the independently
+// minimised outputs bounds the subtree and the first vector found is a cheapest one: checked
+// against all pairs of functions of three inputs.
+TEST(BooleanRelation, FirstVectorIsCheapest) {
+  std::mt19937 random(31);
+  const std::vector<uint32_t> three{0, 1, 2};
+  std::vector<uint64_t> cost(256);
+  for (uint32_t table = 0; table < 256; ++table) {
+    BddCover cover;
+    cover.on = tableToBdd(table, three);
+    cover.off = !cover.on;
+    cost[table] = literalCount(minimiseCover(cover).value());
+  }
+  std::vector<uint32_t> outputs = outputVariables(2);
+  for (const Gate& gate : Gates) {
+    if (gate.pins != 2) continue;
+    for (int round = 0; round < 10; ++round) {
+      uint32_t on = random() & 0xFF, off = random() & 0xFF & ~on;
+      uint64_t optimum = UINT64_MAX;
+      for (uint32_t f = 0; f < 256; ++f)
+        for (uint32_t g = 0; g < 256; ++g) {
+          uint32_t value = 0;
+          for (uint32_t m = 0; m < 8; ++m) value |= (gate.table >> ((f >> m & 1) | (g >> m & 1) << 1) & 1) << m;
+          if ((on & ~value) == 0 && (off & value) == 0) optimum = std::min(optimum, cost[f] + cost[g]);
+        }
+      bdd g = tableToBdd(gate.table, outputs);
+      bdd onSet = tableToBdd(on, three), offSet = tableToBdd(off, three);
+      std::vector<RelationSolution> solutions =
+          solveRelation({bdd_imp(onSet, g) & bdd_imp(offSet, !g), three, outputs});
+      ASSERT_FALSE(solutions.empty());
+      EXPECT_EQ(solutions[0].literals, optimum) << gate.name << " round " << round;
+    }
+  }
+}
+
 // Random relations over 5 inputs and 2 or 3 outputs: some with points that allow no output,
 // some that are a function (one vector fits), some built around a random vector.
 TEST(BooleanRelation, RandomRelations) {
@@ -115,9 +150,9 @@ TEST(BooleanRelation, RandomRelations) {
     int kind = round % 3;
     bdd r = kind == 0 ? randomSet(random, all, 30) : kind == 1 ? function : function | randomSet(random, all, 20);
     BooleanRelation relation{r, Inputs, outputs};
-    std::vector<RelationSolution> solutions = solveRelation(relation, {6, 24, 64, false, {}});
+    std::vector<RelationSolution> solutions = solveRelation(relation, {6, 24, 256, false, {}});
     ASSERT_FALSE(solutions.empty());
-    expectCompatible(relation, solutions, {6, 24, 64, false, {}});
+    expectCompatible(relation, solutions, {6, 24, 256, false, {}});
     if (kind == 1) {
       ASSERT_EQ(solutions.size(), 1u);
       EXPECT_EQ(solutions[0].bdds, h);
