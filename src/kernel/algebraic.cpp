@@ -6,7 +6,6 @@
 #include <iterator>
 #include <set>
 
-#include "kernel/two_level.h"
 
 namespace nurex {
 
@@ -268,10 +267,16 @@ SumOfProducts normaliseCover(SumOfProducts cover) {
 
 SopNode::SopNode(SumOfProducts cover) : cover_(normaliseCover(std::move(cover))) {}
 
-std::optional<SopNode> SopNode::simplify() const {
+std::optional<SopNode> nodeFromCover(const BddCover& cover, const MinimiserLimits& limits) {
+  std::optional<SumOfProducts> result = minimiseCover(cover, limits);
+  if (!result) return std::nullopt;
+  return SopNode(std::move(*result));
+}
+
+std::optional<SopNode> SopNode::simplify(const bdd& dontCare) const {
   try {
     bdd f = function();
-    return minimiseBetween(f, !f, variablesOf(cover_));
+    return minimiseBetween(bdd_apply(f, dontCare, bddop_diff), bdd_apply(f, dontCare, bddop_nor), variablesOf(cover_));
   } catch (const BddError&) {
     return std::nullopt;  // reported by the error hook
   }

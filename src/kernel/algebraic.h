@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kernel/bdd_cover.h"
+#include "kernel/two_level.h"
 
 namespace nurex {
 
@@ -27,9 +28,10 @@ class SopNode {
   // Throws BddError after a report, as the BDD operators do.
   bdd function() const { return sopToBdd(cover_); }
 
-  // An exact two-level minimum of the node's function (its complement as OFF), and a
-  // minimised cover of the complement; nullopt only after a reported BDD error.
-  std::optional<SopNode> simplify() const;
+  // A two-level minimum of the node's function, free where `dontCare` holds (by default the
+  // exact function), and a minimised cover of the complement; nullopt only after a reported
+  // BDD error.
+  std::optional<SopNode> simplify(const bdd& dontCare = bddfalse) const;
   std::optional<SopNode> complement() const;
 
   bool operator==(const SopNode&) const = default;
@@ -37,6 +39,10 @@ class SopNode {
  private:
   SumOfProducts cover_;
 };
+
+// The node of a minimised cover of a function's combinational form (ON to NOT OFF); nullopt
+// only after a reported error.
+std::optional<SopNode> nodeFromCover(const BddCover& cover, const MinimiserLimits& limits = {});
 
 // The canonical form of SopNode.
 SumOfProducts normaliseCover(SumOfProducts cover);

@@ -21,6 +21,13 @@ SumOfProducts randomCover(std::mt19937& random) {
   return sop;
 }
 
+std::vector<uint32_t> variablesOf(const SumOfProducts& sop) {
+  std::set<uint32_t> variables;
+  for (const Cube& cube : sop)
+    for (const CubeLiteral& l : cube) variables.insert(l.variable);
+  return {variables.begin(), variables.end()};
+}
+
 // Cubes as sets of literal ranks, to compare covers regardless of order.
 std::set<std::set<uint32_t>> cubeSets(const SumOfProducts& sop) {
   std::set<std::set<uint32_t>> result;
@@ -78,6 +85,18 @@ TEST(Algebraic, RandomCoversDivideKernelAndFactor) {
     EXPECT_EQ(simple->function(), f.function());
     EXPECT_LE(simple->literals(), f.literals());
     EXPECT_EQ(complement->function(), !f.function());
+    std::vector<uint32_t> support = variablesOf(sop);
+    bdd dontCare = sopToBdd({randomCube(random, support, std::min<uint32_t>(2, support.size()))});
+    std::optional<SopNode> loose = f.simplify(dontCare);
+    ASSERT_TRUE(loose);
+    EXPECT_EQ(loose->function() & !dontCare, f.function() & !dontCare);
+    EXPECT_LE(loose->literals(), simple->literals());
+    BddCover cover;
+    cover.on = f.function() & !dontCare;
+    cover.off = bdd_apply(f.function(), dontCare, bddop_nor);
+    std::optional<SopNode> fromCover = nodeFromCover(cover);
+    ASSERT_TRUE(fromCover);
+    EXPECT_EQ(fromCover->literals(), loose->literals());
 
     std::set<std::set<std::set<uint32_t>>> found;
     for (const Kernel& k : kernels(f)) {
