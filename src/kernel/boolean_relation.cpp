@@ -1,6 +1,6 @@
-// The Boolean relation solver: sequential substitution of minimised output functions over
-// several output orders, and a BREL-style recursion that splits the relation at a point where
-// independently minimised outputs conflict; every vector is checked by composition.
+// The Boolean relation solver: a best-first BREL-style search that splits the relation where
+// independently minimised outputs conflict, then sequential substitution of minimised outputs
+// over several output orders as a fallback; every vector is checked by composition.
 #include "kernel/boolean_relation.h"
 
 #include <algorithm>
@@ -15,7 +15,8 @@ namespace nurex {
 
 namespace {
 
-const char* const WrongSolution = "internal error in the Boolean relation solver: a solution does not satisfy the relation";
+const char* const WrongSolution =
+    "internal error in the Boolean relation solver: a solution does not satisfy the relation";
 const char* const ForeignVariables =
     "internal error in the Boolean relation solver: the relation reads variables outside its inputs and outputs";
 const char* const SharedVariables =
@@ -48,13 +49,15 @@ class RelationSolver {
     domain_ = bdd_exist(relation_.relation, outputSet_);
     // Outside the domain every output value is allowed.
     bdd widened = relation_.relation | !domain_;
+    // The search first, so that among vectors of equal cost its own come first.
+    if (!explore(widened)) return false;
     std::vector<size_t> order(outputs_.size());
     std::iota(order.begin(), order.end(), 0);
     uint32_t orders = 0;
     do {
       if (!substitute(widened, order)) return false;
     } while (++orders < limits_.max_orders && std::next_permutation(order.begin(), order.end()));
-    return explore(widened);
+    return true;
   }
 
   std::vector<RelationSolution> solutions() {
@@ -175,7 +178,8 @@ class RelationSolver {
         reportError(WrongSolution);
         return false;
       }
-      if (!push(best.relation & !(point & outputs_[k])) || !push(best.relation & bdd_imp(point, outputs_[k]))) return false;
+      bdd one = outputs_[k];
+      if (!push(best.relation & !(point & one)) || !push(best.relation & bdd_imp(point, one))) return false;
     }
     return true;
   }
