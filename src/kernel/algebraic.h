@@ -75,8 +75,9 @@ struct Kernel {
   SopNode kernel;
   Cube coKernel;
 };
-// Kernels by the recursive extraction over literals (each found once), F itself first when it
-// is cube-free; at most `limit` of them, in a deterministic order.
+// Kernels by the recursive extraction over literals (each kernel and co-kernel pair found
+// once), F divided by its largest common cube first (F itself when cube-free, co-kernel 1);
+// at most `limit` of them, in a deterministic order. None for a single cube or 0.
 std::vector<Kernel> kernels(const SopNode& f, size_t limit = 1000);
 // Candidate divisors of F: its kernels, the co-kernel cubes and the single literals of F,
 // each once, only those with fewer literals than F, in that order.
