@@ -3,6 +3,7 @@
 #include "kernel/bdd_cover.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace nurex {
 
@@ -79,6 +80,26 @@ bdd sopToBdd(const SumOfProducts& sop) {
 }
 
 std::string bddText(const bdd& f) { return PathPrinter().print(f); }
+
+// BuDDy's own support routine keeps a static buffer that it replaces without freeing when the
+// variable count grows; a walk over the nodes needs no such state.
+bdd bddSupport(const bdd& f) {
+  std::vector<bool> variables(static_cast<size_t>(bdd_varnum()), false);
+  std::unordered_map<int, bool> seen;
+  std::vector<bdd> stack{f};
+  while (!stack.empty()) {
+    bdd node = stack.back();
+    stack.pop_back();
+    if (node == bddtrue || node == bddfalse || !seen.emplace(node.id(), true).second) continue;
+    variables[static_cast<size_t>(bdd_var(node))] = true;
+    stack.push_back(bdd_low(node));
+    stack.push_back(bdd_high(node));
+  }
+  bdd set = bddtrue;
+  for (size_t v = variables.size(); v-- > 0;)
+    if (variables[v]) set &= bdd_ithvar(static_cast<int>(v));
+  return set;
+}
 
 uint64_t literalCount(const SumOfProducts& sop) {
   uint64_t count = 0;

@@ -25,6 +25,8 @@ bdd sopToBdd(const SumOfProducts& sop);
 uint64_t literalCount(const SumOfProducts& sop);
 // A BDD as the sum of its paths to 1, as BddCover::text prints each region.
 std::string bddText(const bdd& f);
+// The variables `f` reads, as a BuDDy variable set (a conjunction of positive literals).
+bdd bddSupport(const bdd& f);
 
 // A function given by the regions where it must be 1 and 0 (combinational form), or by the
 // excitation and quiescent regions of a signal (sequential form).

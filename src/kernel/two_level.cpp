@@ -69,33 +69,13 @@ std::optional<SumOfProducts> exactCover(const bdd& on, const bdd& off, const Loc
   return result;
 }
 
-// BuDDy's own support routine keeps a static buffer that it replaces without freeing when the
-// variable count grows; a walk over the nodes needs no such state.
-bdd supportOf(const bdd& f) {
-  std::vector<bool> variables(static_cast<size_t>(bdd_varnum()), false);
-  std::unordered_map<int, bool> seen;
-  std::vector<bdd> stack{f};
-  while (!stack.empty()) {
-    bdd node = stack.back();
-    stack.pop_back();
-    if (node == bddtrue || node == bddfalse || !seen.emplace(node.id(), true).second) continue;
-    variables[static_cast<size_t>(bdd_var(node))] = true;
-    stack.push_back(bdd_low(node));
-    stack.push_back(bdd_high(node));
-  }
-  bdd set = bddtrue;
-  for (size_t v = variables.size(); v-- > 0;)
-    if (variables[v]) set &= bdd_ithvar(static_cast<int>(v));
-  return set;
-}
-
 SumOfProducts minimise(bdd on, const bdd& off, const MinimiserLimits& limits) {
   if (on == bddfalse) return {};
   if (off == bddfalse) return {Cube{}};
   // Primes of NOT off use only the variables of off; ON is widened over the others, which
   // changes nothing for a cover that does not read them.
-  bdd offSupport = supportOf(off);
-  on = bdd_exist(on, bdd_exist(supportOf(on), offSupport));
+  bdd offSupport = bddSupport(off);
+  on = bdd_exist(on, bdd_exist(bddSupport(on), offSupport));
   LocalVariables variables(offSupport);
   if (std::optional<SumOfProducts> exact = exactCover(on, off, variables, limits)) return *exact;
   return heuristicCover(on, off);

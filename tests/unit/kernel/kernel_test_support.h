@@ -46,6 +46,14 @@ inline uint64_t sopTable(const SumOfProducts& sop, const std::vector<uint32_t>& 
   return table;
 }
 
+inline BddCover coverOf(const bdd& on, const bdd& off, const std::vector<uint32_t>& support = {}) {
+  BddCover cover;
+  cover.on = on;
+  cover.off = off;
+  cover.support = support;
+  return cover;
+}
+
 // Distinct variables drawn from 0..range-1, ascending.
 inline std::vector<uint32_t> randomVariables(std::mt19937& random, uint32_t count, uint32_t range) {
   std::vector<uint32_t> all(range);

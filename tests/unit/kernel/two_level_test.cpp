@@ -31,14 +31,6 @@ uint32_t exhaustiveOptimum(uint64_t on, uint64_t off, uint32_t n) {
   return static_cast<uint32_t>(optimum.value_or(0));
 }
 
-BddCover coverOf(const bdd& on, const bdd& off, const std::vector<uint32_t>& support) {
-  BddCover cover;
-  cover.on = on;
-  cover.off = off;
-  cover.support = support;
-  return cover;
-}
-
 // Cubes in the minimiser's order, each a prime of NOT off (no literal can go).
 void expectSortedPrimes(const SumOfProducts& sop, uint64_t off, const std::vector<uint32_t>& variables) {
   for (size_t i = 0; i + 1 < sop.size(); ++i) EXPECT_NE(sop[i], sop[i + 1]);
