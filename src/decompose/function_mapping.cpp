@@ -28,9 +28,20 @@ struct Part {
   bool literal() const { return sop.size() == 1 && sop[0].size() == 1; }
 };
 
+// The care set seen from the part's own variables: gate matching quantifies over the support
+// only, so the regions must not read anything else.
 BddCover partCover(const Part& part, const bdd& care) {
-  BddCover c = coverOfFunction(sopToBdd(part.sop), care);
-  c.support = variablesOf(part.sop);
+  std::vector<uint32_t> support = variablesOf(part.sop);
+  std::vector<int> others;
+  bdd all = bddSupport(care);
+  while (all != bddtrue && all != bddfalse) {
+    uint32_t v = static_cast<uint32_t>(bdd_var(all));
+    if (!std::binary_search(support.begin(), support.end(), v)) others.push_back(static_cast<int>(v));
+    all = bdd_high(all);
+  }
+  bdd seen = others.empty() ? care : bdd_exist(care, bdd_makesetpp(others.data(), static_cast<int>(others.size())));
+  BddCover c = coverOfFunction(sopToBdd(part.sop), seen);
+  c.support = support;
   return c;
 }
 

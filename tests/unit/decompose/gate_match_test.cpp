@@ -120,19 +120,9 @@ RandomCover drawCover(std::mt19937& random, bool sequential) {
   return r;
 }
 
-const char* const RicherLibrary =
-    "GATE zero 2 O=CONST0;\nGATE one 2 O=CONST1;\nGATE buf 6 O=a;\nGATE inv 5 O=!a;\nGATE nand2 9 O=!(a*b);\n"
-    "GATE nor2 9 O=!(a+b);\nGATE xor2 20 O=a*!b+!a*b;\nGATE mux 22 O=a*s+b*!s;\nGATE maj 25 O=a*b+a*c+b*c;\n"
-    "GATE aoi211 18 O=!(a*b+c+d);\nGATE andnot3 14 O=a*!b*!c;\nGATE or4 21 O=a+b+c+d;\n"
-    "LATCH c 30 Q=a*b+(a+b)*Q_NEXT;\nSEQ Q Q_NEXT ASYNCH\nLATCH sr 28 Q=s+!r*Q_NEXT;\nSEQ Q Q_NEXT ASYNCH\n"
-    "LATCH cn 33 Q=!a*!b+(!a+!b)*Q_NEXT;\nSEQ Q Q_NEXT ASYNCH\n";
-
 std::unique_ptr<GateLibrary> richer() {
-  std::string path = "/tmp/nurex_richer_" + std::to_string(::getpid()) + ".genlib";
-  std::ofstream(path) << RicherLibrary;
   std::unique_ptr<GateLibrary> library;
-  captureStderr([&] { library = loadGateLibrary(path); });
-  std::remove(path.c_str());
+  captureStderr([&] { library = loadGateLibrary(std::string(NUREX_SOURCE_DIR) + "/tests/data/decompose/richer.genlib"); });
   return library;
 }
 
