@@ -143,16 +143,21 @@ bool LogicDecomposer::derive(std::vector<Task>& tasks) {
   options["synthesis_type"] = ComplexGate;
   EquationMode complexGate(*prefix_, options);
   if (!complexGate.run() || raiseStatus(0) >= StatusError) return false;
-  options["synthesis_type"] = StandardC;
-  EquationMode latch(*prefix_, options);
-  bool latchForm = latch.run() && raiseStatus(0) < StatusError;
-  if (raiseStatus(0) >= StatusError) return false;
-  // The generalised C covers may stay on while the signal holds its value: often fewer
-  // literals, and still never on together, so a latch takes them as well.
-  options["synthesis_type"] = GeneralisedC;
-  EquationMode loose(*prefix_, options);
-  bool looseForm = latchForm && loose.run() && raiseStatus(0) < StatusError;
-  if (raiseStatus(0) >= StatusError) return false;
+  // The latch forms are derived quietly: the complex gate's run has said what there is to say
+  // about the STG, and a signal without them is still mapped as a gate.
+  std::unique_ptr<EquationMode> latch, loose;
+  bool latchForm, looseForm;
+  {
+    QuietScope quiet;
+    options["synthesis_type"] = StandardC;
+    latch = std::make_unique<EquationMode>(*prefix_, options);
+    latchForm = latch->run() && quiet.status() < StatusError;
+    // The generalised C covers may stay on while the signal holds its value: often fewer
+    // literals, and still never on together, so a latch takes them as well.
+    options["synthesis_type"] = GeneralisedC;
+    loose = std::make_unique<EquationMode>(*prefix_, options);
+    looseForm = latchForm && loose->run() && quiet.status() < StatusError;
+  }
   if (verbosity >= 1) {
     writeResults(complexGate.solutions, complexGate.message_if_found(), complexGate.message_if_none());
     printTo(stderr, "\nCG signals' costs:");
@@ -161,8 +166,8 @@ bool LogicDecomposer::derive(std::vector<Task>& tasks) {
     printTo(stderr, "\n");
   }
   std::vector<const SignalImplementation*> cg = complexGate.implementations();
-  std::vector<const SignalImplementation*> sr = latchForm ? latch.implementations() : std::vector<const SignalImplementation*>{};
-  std::vector<const SignalImplementation*> gc = looseForm ? loose.implementations() : std::vector<const SignalImplementation*>{};
+  std::vector<const SignalImplementation*> sr = latchForm ? latch->implementations() : std::vector<const SignalImplementation*>{};
+  std::vector<const SignalImplementation*> gc = looseForm ? loose->implementations() : std::vector<const SignalImplementation*>{};
   tasks.clear();
   for (size_t i = 0; i < cg.size(); ++i) {
     Task task;
