@@ -95,6 +95,20 @@ int relevance(const Insertion& insertion, const Signal* z, const std::vector<uin
   }
 }
 
+// Of the alternatives of a signal's function, the one that reads most of the signals inserted
+// for it, then the cheapest: the decomposition already applied is not undone by an equally
+// cheap support that ignores the new signals.
+const EquationAlternative& preferred(const SignalImplementation& implementation, const std::vector<std::string>& served) {
+  const EquationAlternative* best = &implementation.alternatives.front();
+  size_t bestReads = 0;
+  for (const EquationAlternative& a : implementation.alternatives) {
+    size_t reads = 0;
+    for (const Signal* s : a.context) reads += std::find(served.begin(), served.end(), s->name) != served.end();
+    if (reads > bestReads) best = &a, bestReads = reads;
+  }
+  return *best;
+}
+
 }  // namespace
 
 struct LogicDecomposer::Task {
@@ -172,23 +186,28 @@ bool LogicDecomposer::derive(std::vector<Task>& tasks) {
   for (size_t i = 0; i < cg.size(); ++i) {
     Task task;
     task.z = cg[i]->signal;
-    task.cg = buildCover(*cg[i]);
     task.triggers = cg[i]->triggers;
+    const std::vector<std::string>& served = servedBy_[task.z->name];
     if (!cg[i]->alternatives.empty()) {
-      task.context = cg[i]->alternatives.front().context;
-      task.equation = cg[i]->alternatives.front().equation;
-      task.literals = cg[i]->alternatives.front().literals;
+      const EquationAlternative& best = preferred(*cg[i], served);
+      task.cg = best.cover;
+      task.cg.sequential = false;
+      task.context = best.context;
+      task.equation = best.equation;
+      task.literals = best.literals;
     }
     if (2 * i + 1 < sr.size() && !sr[2 * i]->alternatives.empty() && !sr[2 * i + 1]->alternatives.empty()) {
-      task.set = sr[2 * i]->alternatives.front().cover;
-      task.reset = sr[2 * i + 1]->alternatives.front().cover;
-      task.setText = sr[2 * i]->alternatives.front().equation;
-      task.resetText = sr[2 * i + 1]->alternatives.front().equation;
+      const EquationAlternative& set = preferred(*sr[2 * i], served);
+      const EquationAlternative& reset = preferred(*sr[2 * i + 1], served);
+      task.set = set.cover;
+      task.reset = reset.cover;
+      task.setText = set.equation;
+      task.resetText = reset.equation;
       task.hasLatchForm = true;
     }
     if (2 * i + 1 < gc.size() && !gc[2 * i]->alternatives.empty() && !gc[2 * i + 1]->alternatives.empty()) {
-      task.looseSet = gc[2 * i]->alternatives.front().cover;
-      task.looseReset = gc[2 * i + 1]->alternatives.front().cover;
+      task.looseSet = preferred(*gc[2 * i], served).cover;
+      task.looseReset = preferred(*gc[2 * i + 1], served).cover;
       task.hasLooseForm = true;
     }
     tasks.push_back(std::move(task));
@@ -212,6 +231,14 @@ void LogicDecomposer::mapSignal(Task& task) {
     BddCover sequential = buildCover(task.set, task.reset, task.z->index);
     GateMatch latch = matchGate(sequential, context_.latches, context_.inverterArea);
     if (latch.gate) consider(GateNetwork{{{latch, std::vector<int32_t>(latch.inputs.size(), -1), sequential}}, latch.area});
+  }
+  // A latch whose set and reset are single literals is one cell too.
+  for (bool strict : {false, true}) {
+    bool has = strict ? task.hasLatchForm : task.hasLooseForm;
+    if (!has) continue;
+    std::optional<GateNetwork> n = strict ? mapMonotonic(task.set, task.reset, context_)
+                                          : mapMonotonic(task.looseSet, task.looseReset, context_);
+    if (n && n->single()) consider(std::move(n));
   }
   if (best) {
     if (verbosity >= 4)
@@ -250,16 +277,24 @@ std::vector<LogicDecomposer::SubFunctionChoice> LogicDecomposer::subFunctionsOf(
     bool single = matchGate(c, context_.combinational, context_.inverterArea).gate != nullptr;
     // Down to single gates, a sub-function that is no gate would only be split again later.
     if (!single && options_["decompose_down_to_trivial"]) return;
-    found.push_back({{c, vars}, single, literalCount(*sop), origin});
+    found.push_back({{c, vars, latch}, single, literalCount(*sop), origin});
   };
   if (!context_.latches.empty()) {
+    // A phase whose loose cover is already one literal needs no signal: its strict cover would
+    // only be the same signal again, delayed.
+    auto literalsOf = [](const BddCover& c) {
+      std::optional<SumOfProducts> sop = minimiseCover(c);
+      return sop ? literalCount(*sop) : 0;
+    };
+    bool setDone = task.hasLooseForm && literalsOf(task.looseSet) <= 1;
+    bool resetDone = task.hasLooseForm && literalsOf(task.looseReset) <= 1;
     if (task.hasLooseForm) {
       add(task.looseSet, task.looseReset, true);
       add(task.looseReset, task.looseSet, true);
     }
     if (task.hasLatchForm) {
-      add(task.set, task.reset, true);
-      add(task.reset, task.set, true);
+      if (!setDone) add(task.set, task.reset, true);
+      if (!resetDone) add(task.reset, task.set, true);
     }
   }
   origin = 1;
@@ -280,7 +315,7 @@ std::vector<LogicDecomposer::SubFunctionChoice> LogicDecomposer::subFunctionsOf(
 }
 
 std::unique_ptr<StgPrefix> LogicDecomposer::probe(const Task& task, const bdd& h, const std::vector<uint32_t>& support,
-                                                  const std::vector<uint32_t>& rest, const Insertion& rise,
+                                                  const std::vector<uint32_t>& rest, bool latch, const Insertion& rise,
                                                   const Insertion& fall, bool startValue) {
   auto trial = std::make_unique<StgPrefix>();
   copyStg(*prefix_, *trial);
@@ -290,6 +325,7 @@ std::unique_ptr<StgPrefix> LogicDecomposer::probe(const Task& task, const bdd& h
   };
   std::vector<AppliedInsertion> applied{{translated(rise, *trial), {}}, {translated(fall, *trial), {}}};
   Signal* x = addInsertedSignal(*trial, "deco", startValue, applied, {0, 1});
+  insertedName_ = x->name;
   QuietScope quiet;
   UnfoldOptions unfoldOptions = reUnfoldingOptions();
   unfoldOptions.conc_rel_size = 0;
@@ -323,6 +359,12 @@ std::unique_ptr<StgPrefix> LogicDecomposer::probe(const Task& task, const bdd& h
   BddCover after;
   const Signal* z = trial->signals[task.z->index];
   if (!equations.next_state_regions(z, reduced, after) || (after.on & after.off) != bddfalse) return fail("not reduced");
+  // And simpler than before, or one gate: otherwise the next pass could pick the same part again.
+  // (A latch's set or reset function is then the new signal itself: progress enough.)
+  std::optional<SumOfProducts> simpler = minimiseCover(after);
+  if (!latch && (!simpler || literalCount(*simpler) >= task.literals) &&
+      !matchGate(after, context_.combinational, context_.inverterArea).gate)
+    return fail("not simpler");
   if (quiet.status() >= StatusError) return fail("error");
   trial->unfoldedHere = true;
   return trial;
@@ -387,7 +429,7 @@ bool LogicDecomposer::insertSubFunction(const Task& task, const SubFunctionChoic
     bool start = startValue;
     if (rises[pairs[k].rise].initial) start = false;
     if (falls[pairs[k].fall].initial) start = true;
-    std::unique_ptr<StgPrefix> trial = probe(task, h, support, rest, rise, fall, start);
+    std::unique_ptr<StgPrefix> trial = probe(task, h, support, rest, choice.latch, rise, fall, start);
     if (!trial) {
       if (verbosity >= 6)
         printTo(stdout, "\n Insertion {%s, %s}: %s", insertionText(rise).c_str(), insertionText(fall).c_str(),
@@ -398,8 +440,9 @@ bool LogicDecomposer::insertSubFunction(const Task& task, const SubFunctionChoic
       printTo(stdout, "\nThe computed best insertion {%s, %s}", insertionText(rise).c_str(), insertionText(fall).c_str());
     if (verbosity >= 1)
       printTo(stdout, "\n inserted signal %s for $1=%s in [%s]: %s; %s",
-              trial->signals[trial->dummiesBegin - 1]->name.c_str(), hText.c_str(), task.z->name.c_str(),
+              insertedName_.c_str(), hText.c_str(), task.z->name.c_str(),
               insertionText(rise).c_str(), insertionText(fall).c_str());
+    servedBy_[task.z->name].push_back(insertedName_);
     prefix_ = std::move(trial);
     ++inserted_;
     return true;

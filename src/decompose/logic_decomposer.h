@@ -4,6 +4,7 @@
 // STG stays the specification of the circuit throughout.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,14 +48,15 @@ class LogicDecomposer : public SearchModeBase {
   struct SubFunctionChoice {
     BddCover cover;
     std::vector<uint32_t> rest;  // the signals the decomposed gate still reads beside it
+    bool latch = false;          // the set or reset function of a latch
   };
   std::vector<SubFunctionChoice> subFunctionsOf(const Task& task);
   // Inserts a signal for h into the STG if some pair of insertions realises it; the STG is
   // unchanged otherwise.
   bool insertSubFunction(const Task& task, const SubFunctionChoice& choice);
   std::unique_ptr<StgPrefix> probe(const Task& task, const bdd& h, const std::vector<uint32_t>& support,
-                                   const std::vector<uint32_t>& rest, const Insertion& rise, const Insertion& fall,
-                                   bool startValue);
+                                   const std::vector<uint32_t>& rest, bool latch, const Insertion& rise,
+                                   const Insertion& fall, bool startValue);
   void buildResults(const std::vector<Task>& tasks);
   void writeStg(const std::string& base) const;
 
@@ -66,7 +68,9 @@ class LogicDecomposer : public SearchModeBase {
   bool inputDeadlocks_ = false;
   size_t inserted_ = 0;
   bool failed_ = false;
-  const char* probeFailure_ = "";  // why the last probe rejected its pair
+  const char* probeFailure_ = "";
+  std::map<std::string, std::vector<std::string>> servedBy_;
+  std::string insertedName_;  // the new signal of the last probe  // signal -> signals inserted for it  // why the last probe rejected its pair
   ResultList results_;
 };
 
