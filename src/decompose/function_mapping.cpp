@@ -28,10 +28,14 @@ struct Part {
   bool literal() const { return sop.size() == 1 && sop[0].size() == 1; }
 };
 
+BddCover partCover(const Part& part, const bdd& care) { return coverOfPart(part.sop, care); }
+
+}  // namespace
+
 // The care set seen from the part's own variables: gate matching quantifies over the support
 // only, so the regions must not read anything else.
-BddCover partCover(const Part& part, const bdd& care) {
-  std::vector<uint32_t> support = variablesOf(part.sop);
+BddCover coverOfPart(const SumOfProducts& sop, const bdd& care) {
+  std::vector<uint32_t> support = variablesOf(sop);
   std::vector<int> others;
   bdd all = bddSupport(care);
   while (all != bddtrue && all != bddfalse) {
@@ -40,10 +44,12 @@ BddCover partCover(const Part& part, const bdd& care) {
     all = bdd_high(all);
   }
   bdd seen = others.empty() ? care : bdd_exist(care, bdd_makesetpp(others.data(), static_cast<int>(others.size())));
-  BddCover c = coverOfFunction(sopToBdd(part.sop), seen);
+  BddCover c = coverOfFunction(sopToBdd(sop), seen);
   c.support = support;
   return c;
 }
+
+namespace {
 
 // The top function G(t0, t1) over the parts: a literal part stands for itself.
 BddCover topCover(bool orForm, bool inverted, const Part parts[2], uint32_t free) {

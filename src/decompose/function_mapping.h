@@ -51,6 +51,10 @@ struct CoverSplit {
 };
 std::vector<CoverSplit> splitCover(const BddCover& cover, const MappingContext& context);
 
+// A part of a function as a cover over its own variables, on the care set of the whole seen
+// through those variables.
+BddCover coverOfPart(const SumOfProducts& sop, const bdd& care);
+
 // The cover restricted to its care set for a function h: ON = h & care, OFF = !h & care.
 BddCover coverOfFunction(const bdd& h, const bdd& care);
 

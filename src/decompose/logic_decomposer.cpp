@@ -11,6 +11,7 @@
 #include <map>
 
 #include "decompose/signal_cover.h"
+#include "kernel/boolean_relation.h"
 #include "kernel/two_level.h"
 #include "model/checks.h"
 #include "model/formats/writers.h"
@@ -301,6 +302,29 @@ std::vector<LogicDecomposer::SubFunctionChoice> LogicDecomposer::subFunctionsOf(
   for (const CoverSplit& split : splitCover(task.cg, context_)) {
     add(split.parts[0], split.parts[1], false);
     add(split.parts[1], split.parts[0], false);
+  }
+  // Boolean decomposition: F = G(H1, H2) for each two-input gate G, the parts from the
+  // solutions of the relation ON -> G(y), OFF -> !G(y).
+  origin = 2;
+  for (const GenlibGate* gate : context_.combinational) {
+    if (gate->inputCount() != 2) continue;
+    BddCover own = gateCover(*gate);
+    bddPair* pair = bdd_newpair();
+    bdd_setpair(pair, 0, static_cast<int>(context_.firstFreeVariable));
+    bdd_setpair(pair, 1, static_cast<int>(context_.firstFreeVariable + 1));
+    bdd g = bdd_replace(own.on, pair);
+    bdd_freepair(pair);
+    BooleanRelation relation{bdd_imp(task.cg.on, g) & bdd_imp(task.cg.off, !g), task.cg.support,
+                             {context_.firstFreeVariable, context_.firstFreeVariable + 1}};
+    RelationLimits limits;
+    limits.max_solutions = 2;
+    limits.exclude_constant = true;
+    bdd care = task.cg.on | task.cg.off;
+    for (const RelationSolution& solution : solveRelation(relation, limits)) {
+      BddCover parts[2] = {coverOfPart(solution.functions[0], care), coverOfPart(solution.functions[1], care)};
+      add(parts[0], parts[1], false);
+      add(parts[1], parts[0], false);
+    }
   }
   // The set and reset functions first: a latch then takes them. Of the parts, one that a gate
   // implements first, the largest of those first: it takes the most off the signal's gate.
