@@ -145,12 +145,14 @@ class TreeMapper {
  public:
   explicit TreeMapper(const MappingContext& context) : context_(context) {}
 
+  // A function met again is not searched again, whatever depth is left: the search is
+  // exponential in the depth, and the first answer is good enough to share.
   std::optional<GateNetwork> map(const BddCover& cover, uint32_t depth) {
     auto key = std::make_pair(cover.on.id(), cover.off.id());
     auto known = memo_.find(key);
-    if (known != memo_.end() && known->second.first >= depth) return known->second.second;
+    if (known != memo_.end()) return known->second;
     std::optional<GateNetwork> best = search(cover, depth);
-    memo_[key] = {depth, best};
+    memo_[key] = best;
     keep_.push_back(cover);  // the ids of the memo stay valid while the BDDs live
     return best;
   }
@@ -165,10 +167,15 @@ class TreeMapper {
       n.area = direct.area;
       best = std::move(n);
     }
-    if (depth == 0) return best;
+    if (depth == 0 || (best && budget_ == 0)) return best;
+    // Past the budget only the first split is followed, which halves the cover each time: the
+    // search then ends after a number of steps linear in its size.
+    bool wide = budget_ > 0;
+    if (wide) --budget_;
     for (const CoverSplit& split : splitCover(cover, context_)) {
-      std::optional<GateNetwork> candidate = compose(split.top, split.parts, depth, cover);
+      std::optional<GateNetwork> candidate = compose(split.top, split.parts, wide ? depth : depth + 1, cover);
       if (candidate && (!best || candidate->area < best->area)) best = std::move(candidate);
+      if (!wide && best) break;
     }
     return best;
   }
@@ -201,7 +208,8 @@ class TreeMapper {
   }
 
   const MappingContext& context_;
-  std::map<std::pair<int, int>, std::pair<uint32_t, std::optional<GateNetwork>>> memo_;
+  uint32_t budget_ = 40;  // searches that may try every split
+  std::map<std::pair<int, int>, std::optional<GateNetwork>> memo_;
   std::vector<BddCover> keep_;
 };
 
