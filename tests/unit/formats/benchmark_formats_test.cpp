@@ -56,7 +56,7 @@ TEST(BenchmarkFormats, EveryPrefixGivesTheRecordedStatistics) {
     auto row = verdicts.find(file);
     ASSERT_NE(row, verdicts.end()) << file << " has no row in verdicts.tsv";
     std::string statistics;
-    diagnosticsOf([&] { statistics = statisticsOf(entry.path().string(), row->second["kind"] == "stg"); });
+    captureStderr([&] { statistics = statisticsOf(entry.path().string(), row->second["kind"] == "stg"); });
     EXPECT_LT(raiseStatus(0), StatusError) << file;
     EXPECT_EQ(statistics, statisticsLine(row->second)) << file;
     ++checked;
@@ -68,7 +68,7 @@ TEST(BenchmarkFormats, EveryPrefixGivesTheRecordedStatistics) {
 TEST(BenchmarkFormats, LegacyPrefixesSurviveWriting) {
   for (const char* name : {"vme.mci", "cdp.mci", "dp_8.mci"}) {
     std::unique_ptr<PetriNetPrefix> first, second;
-    diagnosticsOf([&] {
+    captureStderr([&] {
       first = readPrefixMci(Benchmarks + "/prefixes/" + name);
       std::ofstream out(scratchPath(name), std::ios::binary);
       ASSERT_TRUE(first && writePrefixMci(*first, out));
@@ -93,7 +93,7 @@ std::vector<fs::path> gFiles() {
 TEST(BenchmarkFormats, EveryNetReadsWritesAndReadsAgain) {
   size_t nets = 0;
   for (const fs::path& path : gFiles()) {
-    std::string diagnostics = diagnosticsOf([&] {
+    std::string diagnostics = captureStderr([&] {
       bool hasSignals = false;
       auto first = readStgText(path.string(), &hasSignals);
       ASSERT_TRUE(first) << path;

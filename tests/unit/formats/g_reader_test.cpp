@@ -9,7 +9,7 @@ namespace {
 
 std::unique_ptr<Stg> parse(const std::string& text, std::string& diagnostics, bool* hasSignals = nullptr) {
   std::unique_ptr<Stg> stg;
-  diagnostics = diagnosticsOf([&] { stg = parseStgText(text, "t.g", hasSignals); });
+  diagnostics = captureStderr([&] { stg = parseStgText(text, "t.g", hasSignals); });
   return stg;
 }
 
@@ -24,7 +24,7 @@ std::string namesOf(const PetriNet& net) {
 TEST(GReader, ReadsDeclarationsGraphAndMarking) {
   bool hasSignals = false;
   std::unique_ptr<Stg> stg;
-  std::string diagnostics = diagnosticsOf([&] { stg = readStgText(dataPath("mixed.g"), &hasSignals); });
+  std::string diagnostics = captureStderr([&] { stg = readStgText(dataPath("mixed.g"), &hasSignals); });
   ASSERT_TRUE(stg) << diagnostics;
   EXPECT_EQ(diagnostics, "");
   EXPECT_TRUE(hasSignals);
@@ -172,7 +172,7 @@ TEST(GReader, DeclarationsAfterTheGraphApplyToItAll) {
 TEST(GReader, ReadsWhatTheWriterWrote) {
   std::unique_ptr<Stg> first, second;
   std::ostringstream text;
-  std::string diagnostics = diagnosticsOf([&] {
+  std::string diagnostics = captureStderr([&] {
     first = readStgText(dataPath("mixed.g"));
     ASSERT_TRUE(first && writeStgText(*first, text));
     second = parseStgText(text.str(), "written.g");
@@ -190,7 +190,7 @@ TEST(GReader, ReadsWhatTheWriterWrote) {
 
 TEST(GReader, MissingFileCannotBeOpened) {
   std::string path = scratchPath("absent.g");
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readStgText(path)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_FALSE(readStgText(path)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + path + "\" for input"));
 }
 

@@ -10,36 +10,6 @@
 namespace nurex::test {
 namespace {
 
-// Bit flips, truncations, inserted, deleted and overwritten bytes, a few at a time; the
-// values favour bytes that mean something in the formats.
-class Mutator {
- public:
-  explicit Mutator(uint32_t seed) : random_(seed) {}
-  std::string mutate(std::string bytes) {
-    int edits = 1 + pick(3);
-    for (int i = 0; i < edits && !bytes.empty(); ++i) {
-      size_t at = pick(bytes.size());
-      switch (pick(6)) {
-        case 0: bytes[at] = char(bytes[at] ^ (1 << pick(8))); break;
-        case 1: bytes.resize(at); break;
-        case 2: bytes.insert(at, 1, interesting()); break;
-        case 3: bytes.erase(at, 1 + pick(8)); break;
-        case 4: bytes[at] = interesting(); break;
-        default: bytes.insert(at, bytes.substr(pick(bytes.size()), pick(16))); break;
-      }
-    }
-    return bytes;
-  }
-
- private:
-  size_t pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random_); }
-  char interesting() {
-    static const char bytes[] = {'\0', '\xff', '\x80', '0', '1', '9', '-', '+', '<', '>', '/', '"', '&', '\n', ' ', '='};
-    return bytes[pick(sizeof bytes)];
-  }
-  std::mt19937 random_;
-};
-
 TEST(FormatRobustness, MutatedFilesOfEveryFormat) {
   const std::string bench = std::string(NUREX_BENCHMARKS);
   struct Case {

@@ -57,7 +57,7 @@ TEST(StgTextWriter, WritesTheGraphMarkingAndSignalLists) {
   StgBuilder b;
   buildExample(b);
   std::ostringstream out;
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(writeStgText(b.stg, out)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(writeStgText(b.stg, out)); });
   EXPECT_EQ(out.str(), ExampleText);
   EXPECT_EQ(diagnostics, "");
 }
@@ -82,7 +82,7 @@ TEST(StgTextWriter, FailedStreamIsTheResult) {
   StgBuilder b;
   buildExample(b);
   std::ofstream closed;
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeStgText(b.stg, closed)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_FALSE(writeStgText(b.stg, closed)); });
   EXPECT_EQ(diagnostics, "");
 }
 
@@ -91,29 +91,29 @@ TEST(StgTextWriter, SaveChoosesTheWriterByName) {
   buildExample(b);
   // Only the last letter counts for the .g form.
   std::string png = scratchPath("out.png");
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, png)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, png)); });
   EXPECT_EQ(diagnostics, "");
   EXPECT_EQ(readBytes(png), ExampleText);
 
   std::string text = scratchPath("out.txt");
-  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, text)); });
+  diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, text)); });
   EXPECT_EQ(diagnostics, warningText("unknown file extension: " + text));
   EXPECT_EQ(readBytes(text).rfind("<pnml xmlns=\"http://www.pnml.org/version-2009/grammar/pnml\">", 0), 0u);
 
   for (const char* name : {"out.pnml", "out.pnml.gz"}) {
-    diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
+    diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
     EXPECT_EQ(diagnostics, "") << name;
   }
   // A prefix goes the same way, with "mci" for the legacy form.
   StgPrefix prefix;
   prefix.name = "empty";
   std::string other = scratchPath("prefix.xml");
-  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(savePrefix(prefix, other)); });
+  diagnostics = captureStderr([&] { EXPECT_TRUE(savePrefix(prefix, other)); });
   EXPECT_EQ(diagnostics, warningText("unknown file extension: " + other));
   EXPECT_NE(readBytes(other).find("<net type=\"branching_process:STG\">"), std::string::npos);
 
   std::string missing = scratchPath("no_dir/out.g");
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + missing + "\" for output"));
 }
 
@@ -136,7 +136,7 @@ TEST(StgTextWriter, RandomStgsReadBackTheSame) {
     std::ostringstream text;
     ASSERT_TRUE(writeStgText(*stg, text));
     std::unique_ptr<Stg> again;
-    std::string diagnostics = diagnosticsOf([&] { again = parseStgText(text.str(), "written"); });
+    std::string diagnostics = captureStderr([&] { again = parseStgText(text.str(), "written"); });
     ASSERT_TRUE(again) << diagnostics << text.str();
     EXPECT_EQ(canonicalNet(*again, true), canonicalNet(*stg, true)) << text.str();
     EXPECT_EQ(canonicalSignals(*again), canonicalSignals(*stg));
