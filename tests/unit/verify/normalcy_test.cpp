@@ -3,6 +3,7 @@
 // error are e2e cases in state_coding.cases).
 #include <gtest/gtest.h>
 
+#include "reach_oracle.h"
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/prefix_builder.h"
@@ -72,25 +73,12 @@ TEST(Normalcy, MixedTriggersWithoutSat) {
   }
 }
 
-TEST(Normalcy, NormalNets) {
-  for (const char* name : {"inputs_only", "excitation"}) {
-    auto unit = loadTestStg(name);
-    for (int method : {1, 2})
-      for (int minimise : {0, 1}) {
-        SCOPED_TRACE(std::string(name) + " -m" + std::to_string(method));
-        NormalcyRun r = runNormalcy(unit->get<StgPrefix>(), method, method - 1, minimise);
-        EXPECT_EQ(r.solution(), nullptr);
-        EXPECT_LT(raiseStatus(0), StatusError);
-      }
-  }
-}
-
 // Replays C1 and C2 in the net: the code of the first is below that of the second.
 void expectDominated(const StgPrefix& prefix, const Trace& first, const Trace& second) {
-  NetState a, b;
-  std::string why;
-  ASSERT_TRUE(replayInNet(prefix, first, a, why)) << why;
-  ASSERT_TRUE(replayInNet(prefix, second, b, why)) << why;
+  NetView view{&prefix, &prefix, transitionsWithEvents(prefix)};
+  ExplicitState a, b;
+  ASSERT_TRUE(replayRun(view, transitionsOf(first), a));
+  ASSERT_TRUE(replayRun(view, transitionsOf(second), b));
   for (size_t i = 0; i < a.code.size(); ++i) EXPECT_LE(a.code[i], b.code[i]);
 }
 
