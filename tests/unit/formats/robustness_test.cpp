@@ -1,10 +1,18 @@
-// Damaged input: deterministic mutations of valid files of every format go through the
-// fuzz targets of their readers, which check that a reader rejects through the Reporter
-// (status 2 with a null result) or loads, and walk what it loads.
+// Damaged input through the fuzz targets of the readers, which check that a reader rejects
+// through the Reporter (status 2 with a null result) or loads, and walk what it loads:
+// deterministic mutations of valid files of every format, and the regression corpora (every
+// input that once found a fault and a few hundred seeds), which must leave the reporter clean.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <dirent.h>
+#include <fstream>
+#include <iterator>
 #include <random>
 
 #include "fuzz/harnesses.h"
 #include "model/formats/format_common.h"
+#include "platform/reporter.h"
 #include "unit/formats/format_test_util.h"
 
 namespace nurex::test {
@@ -43,6 +51,32 @@ TEST(FormatRobustness, MutatedFilesOfEveryFormat) {
       EXPECT_GT(loaded, 0u);
     }
     EXPECT_LT(loaded, runs);
+  }
+}
+
+std::vector<std::string> corpusFiles(const std::string& target) {
+  std::string dir = std::string(NUREX_SOURCE_DIR) + "/tests/fuzz/corpus/" + target;
+  std::vector<std::string> files;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(d))
+      if (entry->d_name[0] != '.') files.push_back(dir + "/" + entry->d_name);
+    closedir(d);
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+TEST(FuzzCorpus, EveryTargetReplaysItsCorpus) {
+  for (const fuzz::FuzzTarget& target : fuzz::fuzzTargets()) {
+    std::vector<std::string> files = corpusFiles(target.name);
+    EXPECT_GE(files.size(), 10u) << "the corpus of " << target.name << " is missing";
+    for (const std::string& file : files) {
+      SCOPED_TRACE(file);
+      std::ifstream in(file, std::ios::binary);
+      std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+      EXPECT_EQ(target.run(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()), 0);
+      EXPECT_EQ(raiseStatus(0), StatusClean);
+    }
   }
 }
 
