@@ -35,13 +35,6 @@ TEST(Reporter, MessageIsCutToTheBuffer) {
   resetStatus();
 }
 
-TEST(Reporter, MessageBuilders) {
-  EXPECT_EQ(cannotOpenForInput("a b"), "cannot open \"a b\" for input");
-  EXPECT_EQ(cannotOpenForOutput("x"), "cannot open \"x\" for output");
-  EXPECT_EQ(syntaxErrorInFile("f.mp", 12), "syntax error (file f.mp, line 12)");
-  EXPECT_EQ(noSuchSatSolver(5), "there is no SAT solver 5; the default SAT solver is used");
-}
-
 TEST(TempFiles, CreatedListedAndDeletedQuietly) {
   std::string err = captureStderr([] {
     FILE* f = createTempFile();
