@@ -117,6 +117,8 @@ std::vector<E2eCase> parseCases(const std::string& path) {
       if (line.rfind("$ ", 0) == 0) c.args = splitArguments(line.substr(2)), ++i;
       else if (line == "$") c.args.clear(), ++i;
       else if (line.rfind("exit: ", 0) == 0) c.exit = std::stoi(line.substr(6)), ++i;
+      // "error: text": exit status 2 and stderr exactly that one error line.
+      else if (line.rfind("error: ", 0) == 0) c.exit = 2, c.checkErr = true, c.err = "\nError: " + line.substr(7) + "\n", ++i;
       else if (line.rfind("stdin: ", 0) == 0) c.input = unescape(line.substr(7)), ++i;
       else if (line.rfind("limit-as: ", 0) == 0) c.limitAs = std::stoul(line.substr(10)), ++i;
       else if (line == "skip-sanitized") c.skipSanitized = true, ++i;
@@ -216,7 +218,17 @@ TEST_P(EndToEnd, Case) {
   options.input = c.input;
   options.workingDirectory = tmp;
   options.addressSpaceLimit = c.limitAs;
-  ProcessResult r = runProcess(NUREX_BINARY, args, options);
+  // "$ nurex-unfold ..." runs the unfolder instead.
+  std::string program = NUREX_BINARY;
+  if (!args.empty() && args[0] == "nurex-unfold") {
+#ifdef NUREX_UNFOLD_BINARY
+    program = NUREX_UNFOLD_BINARY;
+    args.erase(args.begin());
+#else
+    GTEST_SKIP() << "nurex-unfold is not built";
+#endif
+  }
+  ProcessResult r = runProcess(program, args, options);
   SCOPED_TRACE(c.source);
   EXPECT_FALSE(r.timedOut);
   EXPECT_EQ(r.status, c.exit) << "stderr:\n" << r.err;

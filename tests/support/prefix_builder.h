@@ -1,4 +1,4 @@
-// Test support: builds small prefixes and merged processes by hand, node by node.
+// Test support: builds small nets, prefixes and merged processes by hand, node by node.
 #pragma once
 
 #include <string>
@@ -11,9 +11,10 @@ template <class Net>
 struct PrefixBuilder {
   Prefix<Net> prefix;
 
-  Place* place(const std::string& name) {
+  Place* place(const std::string& name, uint32_t tokens = 0) {
     auto* p = prefix.places.add(new Place);
     p->name = name;
+    p->tokens = tokens;
     return p;
   }
   Transition* transition(const std::string& name, Signal* signal = nullptr, uint32_t sign = SignNone) {
@@ -21,6 +22,14 @@ struct PrefixBuilder {
     t->name = name;
     t->signal = signal;
     t->sign = sign;
+    return t;
+  }
+  // A transition of the net with its arcs, for the unfolder to work on.
+  Transition* transition(const std::string& name, std::initializer_list<Place*> pre, std::initializer_list<Place*> post,
+                         Signal* signal = nullptr) {
+    Transition* t = transition(name, signal);
+    for (Place* p : pre) addPlaceArc(p, t);
+    for (Place* p : post) addTransitionArc(t, p);
     return t;
   }
   Signal* signal(const std::string& name, uint8_t kind, uint8_t initialValue = ValueUnknown) {

@@ -1,5 +1,5 @@
-// Helpers of the format tests: scratch files, captured diagnostics, and a canonical text of
-// a net or prefix that two reads of the same thing must share.
+// Helpers of the format tests: scratch files, damaged copies of files, and a canonical text
+// of a net or prefix that two reads of the same thing must share.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 
 #include "model/prefix.h"
 #include "platform/reporter.h"
+#include "support/capture.h"
 #include "support/net_text.h"
 
 namespace nurex::test {
@@ -52,14 +54,35 @@ inline std::string readBytes(const std::string& path) {
   return text.str();
 }
 
-// Runs `action` with a clean status and returns what it wrote to stderr.
-template <class Action>
-std::string diagnosticsOf(Action action) {
-  resetStatus();
-  testing::internal::CaptureStderr();
-  action();
-  return testing::internal::GetCapturedStderr();
-}
+// Deterministic damage: bit flips, truncations, inserted, deleted and overwritten bytes, a
+// few at a time; the values favour bytes that mean something in the formats.
+class Mutator {
+ public:
+  explicit Mutator(uint32_t seed) : random_(seed) {}
+  std::string mutate(std::string bytes) {
+    int edits = 1 + static_cast<int>(pick(3));
+    for (int i = 0; i < edits && !bytes.empty(); ++i) {
+      size_t at = pick(bytes.size());
+      switch (pick(6)) {
+        case 0: bytes[at] = char(bytes[at] ^ (1 << pick(8))); break;
+        case 1: bytes.resize(at); break;
+        case 2: bytes.insert(at, 1, interesting()); break;
+        case 3: bytes.erase(at, 1 + pick(8)); break;
+        case 4: bytes[at] = interesting(); break;
+        default: bytes.insert(at, bytes.substr(pick(bytes.size()), pick(16))); break;
+      }
+    }
+    return bytes;
+  }
+
+ private:
+  size_t pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random_); }
+  char interesting() {
+    static const char bytes[] = {'\0', '\xff', '\x80', '0', '1', '9', '-', '+', '<', '>', '/', '"', '&', '\n', ' ', '='};
+    return bytes[pick(sizeof bytes)];
+  }
+  std::mt19937 random_;
+};
 
 inline std::string errorText(const std::string& text) { return "\nError: " + text + "\n"; }
 inline std::string warningText(const std::string& text) { return "\nWarning: " + text + "\n"; }

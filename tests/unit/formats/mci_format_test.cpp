@@ -70,7 +70,7 @@ const std::string Deprecated = legacyFormatDeprecated("*.mci");
 TEST(MciFormat, ReadsAPetriNetPrefixAndRebuildsItsNet) {
   std::string path = writeScratch("ring.mci", ringFile().bytes());
   std::unique_ptr<PetriNetPrefix> prefix;
-  std::string diagnostics = diagnosticsOf([&] { prefix = readPrefixMci(path); });
+  std::string diagnostics = captureStderr([&] { prefix = readPrefixMci(path); });
   ASSERT_TRUE(prefix);
   EXPECT_EQ(diagnostics, warningText(Deprecated));
   EXPECT_EQ(canonicalNet(*prefix), "P p0 1 < O.a- > O.a+\nP p1 0 < O.a+ > O.a-\nT O.a+\nT O.a-\n");
@@ -83,7 +83,7 @@ TEST(MciFormat, ReadsAPetriNetPrefixAndRebuildsItsNet) {
 TEST(MciFormat, ReadsAnStgPrefixWithSignalsTakenFromNames) {
   std::string path = writeScratch("ring_stg.mci", ringFile().bytes());
   std::unique_ptr<StgPrefix> prefix;
-  std::string diagnostics = diagnosticsOf([&] { prefix = readStgPrefixMci(path); });
+  std::string diagnostics = captureStderr([&] { prefix = readStgPrefixMci(path); });
   ASSERT_TRUE(prefix);
   EXPECT_EQ(diagnostics, warningText(Deprecated));
   EXPECT_EQ(canonicalSignals(*prefix), "a:1:0\na+->a:0\na-->a:1\n");
@@ -100,7 +100,7 @@ std::unique_ptr<StgPrefix> readNames(const std::vector<std::string>& names, std:
   f.transitions = names;
   std::string path = writeScratch("names.mci", f.bytes());
   std::unique_ptr<StgPrefix> prefix;
-  diagnostics = diagnosticsOf([&] { prefix = readStgPrefixMci(path); });
+  diagnostics = captureStderr([&] { prefix = readStgPrefixMci(path); });
   return prefix;
 }
 
@@ -143,19 +143,19 @@ TEST(MciFormat, SignedDummyTransitionWarnsAndStaysUnsigned) {
 TEST(MciFormat, SizeTestRecognisesTheFormat) {
   std::string empty = MciFile().bytes();
   ASSERT_EQ(empty.size(), 30u);
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(readPrefixMci(writeScratch("empty.mci", empty))); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(readPrefixMci(writeScratch("empty.mci", empty))); });
   EXPECT_EQ(diagnostics, warningText(Deprecated));
 
   // 29 bytes hold every field that is read, yet the counts ask for 30.
   std::string path = writeScratch("short.mci", empty.substr(0, 29));
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readPrefixMci(path)); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(readPrefixMci(path)); });
   EXPECT_EQ(diagnostics, warningText(Deprecated) + errorText("\"" + path + "\" is not in the *.mci format (or not little-endian)"));
 
   std::string bigEndian = ringFile().bytes();
   std::swap(bigEndian[0], bigEndian[3]);
   std::swap(bigEndian[4], bigEndian[7]);
   path = writeScratch("big.mci", bigEndian);
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readPrefixMci(path)); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(readPrefixMci(path)); });
   EXPECT_NE(diagnostics.find("is not in the *.mci format (or not little-endian)"), std::string::npos);
 }
 
@@ -164,14 +164,14 @@ TEST(MciFormat, EveryTruncationIsRejected) {
   // The empty string that closes the transition names is never read.
   for (size_t length = 0; length + 1 < bytes.size(); ++length) {
     std::string path = writeScratch("cut.mci", bytes.substr(0, length));
-    std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readPrefixMci(path)) << length; });
+    std::string diagnostics = captureStderr([&] { EXPECT_FALSE(readPrefixMci(path)) << length; });
     EXPECT_EQ(raiseStatus(0), StatusError) << length;
     bool known = diagnostics.find(errorText("incorrect syntax of " + path)) != std::string::npos ||
                  diagnostics.find("is not in the *.mci format") != std::string::npos;
     EXPECT_TRUE(known) << length << diagnostics;
   }
   std::string path = writeScratch("cut.mci", bytes.substr(0, bytes.size() - 1));
-  diagnosticsOf([&] { EXPECT_TRUE(readPrefixMci(path)); });
+  captureStderr([&] { EXPECT_TRUE(readPrefixMci(path)); });
 }
 
 TEST(MciFormat, NumbersOutOfRangeAreSyntaxErrors) {
@@ -190,7 +190,7 @@ TEST(MciFormat, NumbersOutOfRangeAreSyntaxErrors) {
     MciFile f = ringFile();
     change(f);
     std::string path = writeScratch("bad.mci", f.bytes());
-    std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readPrefixMci(path)) << what; });
+    std::string diagnostics = captureStderr([&] { EXPECT_FALSE(readPrefixMci(path)) << what; });
     EXPECT_EQ(diagnostics, warningText(Deprecated) + errorText("incorrect syntax of " + path)) << what;
   }
 }
@@ -200,7 +200,7 @@ TEST(MciFormat, CutOffTableAndReservedTable) {
   f.cutOffs = {{1, 0xFFFFFFFFu}, {2, 1}};
   f.reserved = {{7, 8, 9}, {1}};
   std::unique_ptr<PetriNetPrefix> prefix;
-  diagnosticsOf([&] { prefix = readPrefixMci(writeScratch("cutoffs.mci", f.bytes())); });
+  captureStderr([&] { prefix = readPrefixMci(writeScratch("cutoffs.mci", f.bytes())); });
   ASSERT_TRUE(prefix);
   EXPECT_TRUE(prefix->events[0]->correspondent.isUnknown());
   EXPECT_EQ(prefix->events[1]->correspondent.event(), prefix->events[0]);
@@ -209,27 +209,27 @@ TEST(MciFormat, CutOffTableAndReservedTable) {
 TEST(MciFormat, WriterMirrorsTheLayout) {
   std::string bytes = ringFile().bytes();
   std::unique_ptr<PetriNetPrefix> prefix;
-  diagnosticsOf([&] { prefix = readPrefixMci(writeScratch("ring.mci", bytes)); });
+  captureStderr([&] { prefix = readPrefixMci(writeScratch("ring.mci", bytes)); });
   ASSERT_TRUE(prefix);
   std::ostringstream out;
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(writePrefixMci(*prefix, out)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(writePrefixMci(*prefix, out)); });
   EXPECT_EQ(diagnostics, warningText(Deprecated));
   EXPECT_EQ(out.str(), bytes);
 
   std::ofstream closed;
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writePrefixMci(*prefix, closed)); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(writePrefixMci(*prefix, closed)); });
   EXPECT_EQ(diagnostics, warningText(Deprecated) + errorText("cannot write a file"));
 }
 
 TEST(MciFormat, SavedStgPrefixKeepsKindPrefixesInTheFileOnly) {
   std::unique_ptr<StgPrefix> prefix, again;
-  diagnosticsOf([&] { prefix = readStgPrefixMci(writeScratch("ring.mci", ringFile().bytes())); });
+  captureStderr([&] { prefix = readStgPrefixMci(writeScratch("ring.mci", ringFile().bytes())); });
   ASSERT_TRUE(prefix);
   std::string path = scratchPath("saved.mci");
-  diagnosticsOf([&] { EXPECT_TRUE(savePrefix(*prefix, path)); });
+  captureStderr([&] { EXPECT_TRUE(savePrefix(*prefix, path)); });
   EXPECT_EQ(prefix->transitions[0]->name, "a+");
   EXPECT_NE(readBytes(path).find(std::string("O.a-\0", 5)), std::string::npos);
-  diagnosticsOf([&] { again = readStgPrefixMci(path); });
+  captureStderr([&] { again = readStgPrefixMci(path); });
   ASSERT_TRUE(again);
   EXPECT_EQ(canonicalNet(*again), canonicalNet(*prefix));
   EXPECT_EQ(canonicalSignals(*again), canonicalSignals(*prefix));
@@ -237,7 +237,7 @@ TEST(MciFormat, SavedStgPrefixKeepsKindPrefixesInTheFileOnly) {
 
 TEST(MciFormat, MissingFileCannotBeOpened) {
   std::string path = scratchPath("absent.mci");
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(readPrefixMci(path)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_FALSE(readPrefixMci(path)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + path + "\" for input"));
 }
 

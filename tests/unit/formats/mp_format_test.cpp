@@ -16,7 +16,7 @@ std::unique_ptr<PetriNetMergedProcess> readText(const std::string& text, std::st
   std::string file = writeScratch("case.mp", text);
   if (path) *path = file;
   std::unique_ptr<PetriNetMergedProcess> mp;
-  diagnostics = diagnosticsOf([&] { mp = readMergedProcessMp(file); });
+  diagnostics = captureStderr([&] { mp = readMergedProcessMp(file); });
   return mp;
 }
 
@@ -97,7 +97,7 @@ TEST(MpFormat, TwoInitialTokensAreUnsafe) {
 
 TEST(MpFormat, StgSiblingTakesSignalsFromNames) {
   std::unique_ptr<StgMergedProcess> mp;
-  std::string diagnostics = diagnosticsOf([&] { mp = readStgMergedProcessMp(dataPath("choice_stg.mp")); });
+  std::string diagnostics = captureStderr([&] { mp = readStgMergedProcessMp(dataPath("choice_stg.mp")); });
   ASSERT_TRUE(mp) << diagnostics;
   EXPECT_EQ(diagnostics, warningText(Deprecated));
   EXPECT_EQ(canonicalSignals(*mp), "y:0:2\nx:1:2\nx+->x:0\nx-->x:1\ny+->y:0\n");

@@ -1,6 +1,9 @@
-// PNML documents: selection by type, the four unit readers, every reader message, gzip, and
-// writing followed by reading.
+// PNML documents: the streaming XML parser against RapidXml's, selection by type, the four
+// unit readers, every reader message, gzip, and writing followed by reading.
 #include <iterator>
+#include <random>
+
+#include <rapidxml/rapidxml.hpp>
 
 #include <rapidxml/rapidxml_print.hpp>
 
@@ -8,10 +11,191 @@
 #include "model/formats/readers.h"
 #include "model/formats/writers.h"
 #include "model/formats/xml_document.h"
+#include "model/formats/xml_tree.h"
 #include "unit/formats/format_test_util.h"
 
 namespace nurex::test {
 namespace {
+
+// The streaming XML parser against RapidXml's in-place parser on the same bytes: the same
+// elements, attributes and values, or the same error at the same place, whatever the size of
+// the pieces that the input arrives in; and the nesting limit.
+using namespace std::string_literals;
+
+std::string near(const char* where) {
+  std::string text;
+  for (; text.size() < 40 && *where && *where != '\n' && *where != '\r'; ++where) text += *where;
+  return text;
+}
+
+// One element of a dump: its name, attributes and value.
+void dumpElement(const char* name, const std::vector<std::pair<const char*, const char*>>& attributes, const char* value,
+                 std::string& out) {
+  out.append("<").append(name);
+  for (const auto& [attribute, text] : attributes) out.append(" ").append(attribute).append("=[").append(text).append("]");
+  out.append(">[").append(value).append("]");
+}
+
+void dump(const rapidxml::xml_node<char>* node, std::string& out) {
+  for (const auto* e = node->first_node(); e; e = e->next_sibling()) {
+    std::vector<std::pair<const char*, const char*>> attributes;
+    for (const auto* a = e->first_attribute(); a; a = a->next_attribute()) attributes.emplace_back(a->name(), a->value());
+    dumpElement(e->name(), attributes, e->value(), out);
+    dump(e, out);
+    out.append("</>");
+  }
+}
+
+// Attribute names in the tree are found by name, so the dump asks for those RapidXml saw.
+void dump(XmlElement node, const rapidxml::xml_node<char>* shape, std::string& out) {
+  const auto* s = shape ? shape->first_node() : nullptr;
+  for (XmlElement e = node.firstChild(); e; e = e.nextSibling(), s = s ? s->next_sibling() : nullptr) {
+    std::vector<std::pair<const char*, const char*>> attributes;
+    if (s)
+      for (const auto* a = s->first_attribute(); a; a = a->next_attribute()) {
+        const char* value = e.attribute(a->name());
+        attributes.emplace_back(a->name(), value ? value : "(none)");
+      }
+    dumpElement(e.name(), attributes, e.value(), out);
+    dump(e, s, out);
+    out.append("</>");
+  }
+}
+
+// Parses text that arrives in pieces of `chunk` bytes; all of it must be read.
+XmlParseResult parseInPieces(const std::string& text, size_t chunk, uint32_t limit, XmlTree& tree) {
+  size_t at = 0;
+  XmlParseResult result = parseXml(
+      [&](char* out, size_t capacity) {
+        size_t n = std::min({capacity, chunk, text.size() - at});
+        std::copy_n(text.data() + at, n, out);
+        at += n;
+        return n;
+      },
+      limit, tree, chunk);
+  EXPECT_EQ(at, text.size());
+  return result;
+}
+
+struct Outcomes {
+  std::string rapid, streamed;
+};
+
+Outcomes parseBoth(const std::string& text, size_t chunk) {
+  Outcomes outcomes;
+  std::string buffer = text;  // parsed in place, up to the first NUL
+  rapidxml::xml_document<char> document;
+  bool parsed = false;
+  try {
+    document.parse<rapidxml::parse_validate_closing_tags | rapidxml::parse_no_data_nodes>(buffer.data());
+    dump(&document, outcomes.rapid);
+    parsed = true;
+  } catch (const rapidxml::parse_error& e) {
+    outcomes.rapid.append(e.what()).append(" (").append(near(e.where<char>())).append(")");
+  }
+  XmlTree tree;
+  XmlParseResult result = parseInPieces(text, chunk, 1000, tree);
+  if (result.error.empty()) dump(tree.root(), parsed ? &document : nullptr, outcomes.streamed);
+  else outcomes.streamed.append(result.error).append(" (").append(result.near).append(")");
+  return outcomes;
+}
+
+void expectSameParse(const std::string& text) {
+  for (size_t chunk : {1, 3, 7, 1 << 16}) {
+    Outcomes o = parseBoth(text, chunk);
+    EXPECT_EQ(o.streamed, o.rapid) << "chunk " << chunk << ", input:\n" << text;
+  }
+}
+
+TEST(XmlTree, AgreesWithRapidXmlOnEachConstruct) {
+  const std::string cases[] = {
+      "",
+      "  \n",
+      "\xEF\xBB\xBF<a/>",
+      "<a x='1' y = \"2\"><b>t</b><b/>tail</a>",
+      "<a>  lead<b/>second</a>",
+      "<a><b/>  </a>",
+      "<a x=\"&lt;&gt;&amp;&apos;&quot;&#65;&#x42;&#x1F600;&unknown;&\">&#233;&#x800;</a>",
+      "<a>&#0;later<b/>data</a>",
+      "<a x='>/\"'>q</a>",
+      "<?xml version=\"1.0\"?><!-- c -- ><a/> --><!DOCTYPE a [<!ENTITY x \"<b>\"> [ ] ]><a><![CDATA[<x>]]>v</a>",
+      "<!other thing><a/><?pi stuff?>",
+      "<a/><b/>",
+      "<a/>\0<b>"s,
+      "<a>\0</a>"s,
+      "<a><b></a>",
+      "<a></a >",
+      "<a></a x>",
+      "<a",
+      "<a x>",
+      "<a x=1>",
+      "<a x='1>",
+      "<a/ >",
+      "<a>&#1114112;</a>",
+      "<a x='ab&#x110000;'/>",
+      "<a>&#65</a>",
+      "<>",
+      "text",
+      "<a><!-- open",
+      "<a><![CDATA[ open",
+      "<a><? open",
+      "<!DOCTYPE a [ open",
+      "<!DOCTYPE a",
+      "<a><!x",
+      "<a>\n  <b c=\"d\"/>\n</a>\n",
+  };
+  for (const std::string& text : cases) expectSameParse(text);
+}
+
+// Mutants of a real document, where the errors fall at every kind of place.
+TEST(XmlTree, AgreesWithRapidXmlOnDamagedDocuments) {
+  const std::string original = readBytes(dataPath("toggle.pnml"));
+  ASSERT_FALSE(original.empty());
+  Mutator mutator(23);
+  for (int round = 0; round < 300; ++round) {
+    std::string text = mutator.mutate(original);
+    for (size_t chunk : {5, 1 << 16}) {
+      Outcomes o = parseBoth(text, chunk);
+      ASSERT_EQ(o.streamed, o.rapid) << "round " << round << ", chunk " << chunk;
+    }
+  }
+}
+
+// The lenient depth scan: nesting in start tags only, not in comments, CDATA, quotes or
+// closed tags; a tag cut off by the end still counts; the limit holds over the whole input,
+// also past a syntax error or a NUL.
+TEST(XmlTree, NestingLimitCountsOpenStartTags) {
+  auto open = [](int n) {
+    std::string text;
+    for (int i = 0; i < n; ++i) text += "<e>";
+    return text;
+  };
+  auto nested = [](int n, const std::string& inner = "") {
+    std::string text;
+    for (int i = 0; i < n; ++i) text += "<e>";
+    text += inner;
+    for (int i = 0; i < n; ++i) text += "</e>";
+    return text;
+  };
+  struct Case {
+    std::string text;
+    bool tooDeep;
+  } cases[] = {
+      {nested(10), false},
+      {nested(11), true},
+      {nested(10, "<!-- <e> --><![CDATA[<e>]]><?p <e>?><e x='>'/>"), false},
+      {nested(10, "<e x='>'>"), true},
+      {open(9) + "<e", false},
+      {open(10) + "<e", true},
+      {"<a x=1>" + nested(11), true},
+      {"<a/>" + std::string(1, '\0') + nested(11), true},
+  };
+  for (const Case& c : cases)
+    for (size_t chunk : {1, 4, 1 << 16}) {
+      XmlTree tree;
+      EXPECT_EQ(parseInPieces(c.text, chunk, 10, tree).tooDeep, c.tooDeep) << "chunk " << chunk << ": " << c.text;
+    }
+}
 
 const std::vector<std::string> AllTypes = {"branching_process:low_level_net", "branching_process:STG",
                                            "merged_process:low_level_net", "merged_process:STG"};
@@ -37,7 +221,7 @@ PnmlRead readText(const std::string& text, const std::vector<std::string>& types
                   const std::string& name = "case.pnml") {
   PnmlRead read;
   std::string path = writeScratch(name, text);
-  read.diagnostics = diagnosticsOf([&] { read.ok = readPnmlUnit(path, types, read.unit); });
+  read.diagnostics = captureStderr([&] { read.ok = readPnmlUnit(path, types, read.unit); });
   return read;
 }
 
@@ -213,7 +397,7 @@ TEST(PnmlFormat, WrittenUnitsReadBackTheSame) {
       SCOPED_TRACE(file + " as " + written);
       LoadedUnit first, second;
       std::string path = scratchPath(written);
-      std::string diagnostics = diagnosticsOf([&] {
+      std::string diagnostics = captureStderr([&] {
         ASSERT_TRUE(readPnmlUnit(file, AllTypes, first));
         EXPECT_TRUE(first.stgPrefix               ? writeUnitPnml(*first.stgPrefix, path)
                     : first.petriNetPrefix        ? writeUnitPnml(*first.petriNetPrefix, path)
@@ -261,7 +445,7 @@ TEST(PnmlFormat, WrittenNamesAreEscapedAndReadBack) {
   for (const char* name : {"odd.pnml", "odd.pnml.gz"}) {
     std::string path = scratchPath(name);
     PnmlRead second;
-    second.diagnostics = diagnosticsOf([&] {
+    second.diagnostics = captureStderr([&] {
       EXPECT_TRUE(writeUnitPnml(prefix, path));
       second.ok = readPnmlUnit(path, AllTypes, second.unit);
     });
@@ -281,7 +465,7 @@ TEST(PnmlFormat, WrittenDocumentsKeepTheirLayout) {
     PnmlRead read = readText(readBytes(dataPath(file)));
     ASSERT_TRUE(read.ok);
     for (bool net : {false, true}) {
-      diagnosticsOf([&] {
+      captureStderr([&] {
         if (read.unit.stgPrefix) {
           const Stg& original = *read.unit.stgPrefix;
           EXPECT_TRUE(net ? writeNetPnml(original, path) : writeUnitPnml(*read.unit.stgPrefix, path));
@@ -294,7 +478,7 @@ TEST(PnmlFormat, WrittenDocumentsKeepTheirLayout) {
     }
   }
   // Elements without content close in their start tag.
-  diagnosticsOf([&] { EXPECT_TRUE(writeNetPnml(PetriNet(), path)); });
+  captureStderr([&] { EXPECT_TRUE(writeNetPnml(PetriNet(), path)); });
   EXPECT_EQ(readBytes(path), "<pnml xmlns=\"http://www.pnml.org/version-2009/grammar/pnml\">\n\t<net type=\"low_level_net\">\n"
                              "\t\t<name>\n\t\t\t<text/>\n\t\t</name>\n\t\t<page/>\n\t</net>\n</pnml>\n\n");
   expectReprintedAs(path, readBytes(path));
@@ -304,11 +488,11 @@ TEST(PnmlFormat, UnwritableFileIsReported) {
   PnmlRead read = readText(toggleText());
   ASSERT_TRUE(read.ok);
   std::string path = scratchPath("no_such_dir/x.pnml");
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, path)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, path)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + path + "\" for output"));
   // A file that opens but takes nothing, as a full disk does.
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, "/dev/full")); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(writeUnitPnml(*read.unit.stgPrefix, "/dev/full")); });
   EXPECT_EQ(diagnostics, errorText("cannot write a file"));
 }
 

@@ -1,44 +1,22 @@
-// Damaged input: deterministic mutations of valid files of every format go through the
-// fuzz targets of their readers, which check that a reader rejects through the Reporter
-// (status 2 with a null result) or loads, and walk what it loads.
+// Damaged input through the fuzz targets of the readers, which check that a reader rejects
+// through the Reporter (status 2 with a null result) or loads, and walk what it loads:
+// deterministic mutations of valid files of every format, and the regression corpora (every
+// input that once found a fault and a few hundred seeds), which must leave the reporter clean.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <dirent.h>
+#include <fstream>
+#include <iterator>
 #include <random>
 
 #include "fuzz/harnesses.h"
 #include "model/formats/format_common.h"
+#include "platform/reporter.h"
 #include "unit/formats/format_test_util.h"
 
 namespace nurex::test {
 namespace {
-
-// Bit flips, truncations, inserted, deleted and overwritten bytes, a few at a time; the
-// values favour bytes that mean something in the formats.
-class Mutator {
- public:
-  explicit Mutator(uint32_t seed) : random_(seed) {}
-  std::string mutate(std::string bytes) {
-    int edits = 1 + pick(3);
-    for (int i = 0; i < edits && !bytes.empty(); ++i) {
-      size_t at = pick(bytes.size());
-      switch (pick(6)) {
-        case 0: bytes[at] = char(bytes[at] ^ (1 << pick(8))); break;
-        case 1: bytes.resize(at); break;
-        case 2: bytes.insert(at, 1, interesting()); break;
-        case 3: bytes.erase(at, 1 + pick(8)); break;
-        case 4: bytes[at] = interesting(); break;
-        default: bytes.insert(at, bytes.substr(pick(bytes.size()), pick(16))); break;
-      }
-    }
-    return bytes;
-  }
-
- private:
-  size_t pick(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random_); }
-  char interesting() {
-    static const char bytes[] = {'\0', '\xff', '\x80', '0', '1', '9', '-', '+', '<', '>', '/', '"', '&', '\n', ' ', '='};
-    return bytes[pick(sizeof bytes)];
-  }
-  std::mt19937 random_;
-};
 
 TEST(FormatRobustness, MutatedFilesOfEveryFormat) {
   const std::string bench = std::string(NUREX_BENCHMARKS);
@@ -73,6 +51,32 @@ TEST(FormatRobustness, MutatedFilesOfEveryFormat) {
       EXPECT_GT(loaded, 0u);
     }
     EXPECT_LT(loaded, runs);
+  }
+}
+
+std::vector<std::string> corpusFiles(const std::string& target) {
+  std::string dir = std::string(NUREX_SOURCE_DIR) + "/tests/fuzz/corpus/" + target;
+  std::vector<std::string> files;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(d))
+      if (entry->d_name[0] != '.') files.push_back(dir + "/" + entry->d_name);
+    closedir(d);
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+TEST(FuzzCorpus, EveryTargetReplaysItsCorpus) {
+  for (const fuzz::FuzzTarget& target : fuzz::fuzzTargets()) {
+    std::vector<std::string> files = corpusFiles(target.name);
+    EXPECT_GE(files.size(), 10u) << "the corpus of " << target.name << " is missing";
+    for (const std::string& file : files) {
+      SCOPED_TRACE(file);
+      std::ifstream in(file, std::ios::binary);
+      std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+      EXPECT_EQ(target.run(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()), 0);
+      EXPECT_EQ(raiseStatus(0), StatusClean);
+    }
   }
 }
 

@@ -1,4 +1,5 @@
-// The .g text form as written, and the choice of writer by file name.
+// The .g text form as written, the choice of writer by file name, and what is written read
+// back the same.
 #include "model/formats/writers.h"
 #include "model/formats/g_reader.h"
 #include "support/random_net.h"
@@ -57,7 +58,7 @@ TEST(StgTextWriter, WritesTheGraphMarkingAndSignalLists) {
   StgBuilder b;
   buildExample(b);
   std::ostringstream out;
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(writeStgText(b.stg, out)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(writeStgText(b.stg, out)); });
   EXPECT_EQ(out.str(), ExampleText);
   EXPECT_EQ(diagnostics, "");
 }
@@ -82,7 +83,7 @@ TEST(StgTextWriter, FailedStreamIsTheResult) {
   StgBuilder b;
   buildExample(b);
   std::ofstream closed;
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_FALSE(writeStgText(b.stg, closed)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_FALSE(writeStgText(b.stg, closed)); });
   EXPECT_EQ(diagnostics, "");
 }
 
@@ -91,37 +92,60 @@ TEST(StgTextWriter, SaveChoosesTheWriterByName) {
   buildExample(b);
   // Only the last letter counts for the .g form.
   std::string png = scratchPath("out.png");
-  std::string diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, png)); });
+  std::string diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, png)); });
   EXPECT_EQ(diagnostics, "");
   EXPECT_EQ(readBytes(png), ExampleText);
 
   std::string text = scratchPath("out.txt");
-  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, text)); });
+  diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, text)); });
   EXPECT_EQ(diagnostics, warningText("unknown file extension: " + text));
   EXPECT_EQ(readBytes(text).rfind("<pnml xmlns=\"http://www.pnml.org/version-2009/grammar/pnml\">", 0), 0u);
 
   for (const char* name : {"out.pnml", "out.pnml.gz"}) {
-    diagnostics = diagnosticsOf([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
+    diagnostics = captureStderr([&] { EXPECT_TRUE(saveStg(b.stg, scratchPath(name))); });
     EXPECT_EQ(diagnostics, "") << name;
   }
   // A prefix goes the same way, with "mci" for the legacy form.
   StgPrefix prefix;
   prefix.name = "empty";
   std::string other = scratchPath("prefix.xml");
-  diagnostics = diagnosticsOf([&] { EXPECT_TRUE(savePrefix(prefix, other)); });
+  diagnostics = captureStderr([&] { EXPECT_TRUE(savePrefix(prefix, other)); });
   EXPECT_EQ(diagnostics, warningText("unknown file extension: " + other));
   EXPECT_NE(readBytes(other).find("<net type=\"branching_process:STG\">"), std::string::npos);
 
   std::string missing = scratchPath("no_dir/out.g");
-  diagnostics = diagnosticsOf([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
+  diagnostics = captureStderr([&] { EXPECT_FALSE(saveStg(b.stg, missing)); });
   EXPECT_EQ(diagnostics, errorText("cannot open \"" + missing + "\" for output"));
 }
 
 // Whatever the writer prints reads back to the same net: random STGs (free arcs, random
 // markings, transitions without a postset), with isolated places and transitions added.
-TEST(StgTextWriter, RandomStgsReadBackTheSame) {
+// What the writer writes reads back as the same net and signals.
+void expectReadBack(const Stg& stg, const std::string& what) {
+  std::ostringstream text;
+  ASSERT_TRUE(writeStgText(stg, text)) << what;
+  std::unique_ptr<Stg> again;
+  std::string diagnostics = captureStderr([&] { again = parseStgText(text.str(), "written"); });
+  ASSERT_TRUE(again) << what << diagnostics << text.str();
+  EXPECT_EQ(canonicalNet(*again, true), canonicalNet(stg, true)) << what << "\n" << text.str();
+  EXPECT_EQ(canonicalSignals(*again), canonicalSignals(stg)) << what;
+}
+
+// Every benchmark net and the mixed declarations of tests/data, read without a word; random
+// STGs, a third of them with a lone place and an idle transition.
+TEST(StgTextWriter, NetsAndRandomStgsReadBackTheSame) {
+  std::vector<std::filesystem::path> files{dataPath("mixed.g")};
+  for (const char* dir : {"/nets", "/large"})
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(NUREX_BENCHMARKS) + dir))
+      if (entry.path().extension() == ".g") files.push_back(entry.path());
+  EXPECT_GE(files.size(), 60u);
+  for (const std::filesystem::path& path : files) {
+    std::unique_ptr<Stg> net;
+    EXPECT_EQ(captureStderr([&] { net = readStgText(path.string()); }), "") << path;
+    ASSERT_TRUE(net && net->transitions.size() > 0) << path;
+    expectReadBack(*net, path.string());
+  }
   for (uint64_t seed = 1; seed <= 300; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
     std::unique_ptr<Stg> stg = randomSafeStg(seed);
     if (seed % 3 == 0) {
       Place* lone = stg->places.add(new Place);
@@ -133,13 +157,7 @@ TEST(StgTextWriter, RandomStgsReadBackTheSame) {
       idle->signal = stg->transitions[0]->signal;
       idle->sign = stg->transitions[0]->sign;
     }
-    std::ostringstream text;
-    ASSERT_TRUE(writeStgText(*stg, text));
-    std::unique_ptr<Stg> again;
-    std::string diagnostics = diagnosticsOf([&] { again = parseStgText(text.str(), "written"); });
-    ASSERT_TRUE(again) << diagnostics << text.str();
-    EXPECT_EQ(canonicalNet(*again, true), canonicalNet(*stg, true)) << text.str();
-    EXPECT_EQ(canonicalSignals(*again), canonicalSignals(*stg));
+    expectReadBack(*stg, "seed " + std::to_string(seed));
   }
 }
 

@@ -17,19 +17,11 @@ namespace nurex::test {
 // Places a, b (marked), c, p, p1, e (marked); t1: a -> c, t2: b -> p, t3: c, p -> p1.
 // Conditions C1 a, C2 b, C3 c, C4 p, C5 p1, C6 e; events E1 t1, E2 t2, E3 t3 (a cut-off).
 inline void buildSmallNet(PrefixBuilder<PetriNet>& b) {
-  Place* a = b.place("a");
-  Place* pb = b.place("b");
-  Place* c = b.place("c");
-  Place* p = b.place("p");
-  Place* p1 = b.place("p1");
-  Place* e = b.place("e");
-  a->tokens = pb->tokens = e->tokens = 1;
-  Transition* t1 = b.transition("t1");
-  Transition* t2 = b.transition("t2");
-  Transition* t3 = b.transition("t3");
-  addPlaceArc(a, t1), addTransitionArc(t1, c);
-  addPlaceArc(pb, t2), addTransitionArc(t2, p);
-  addPlaceArc(c, t3), addPlaceArc(p, t3), addTransitionArc(t3, p1);
+  Place *a = b.place("a", 1), *pb = b.place("b", 1), *c = b.place("c"), *p = b.place("p"), *p1 = b.place("p1");
+  Place* e = b.place("e", 1);
+  Transition* t1 = b.transition("t1", {a}, {c});
+  Transition* t2 = b.transition("t2", {pb}, {p});
+  Transition* t3 = b.transition("t3", {c, p}, {p1});
   Condition* ca = b.condition(a);
   Condition* cb = b.condition(pb);
   Condition* cc = b.condition(c, b.event(t1, {ca}));
@@ -48,8 +40,7 @@ inline void buildDummyStg(PrefixBuilder<Stg>& b) {
   b.prefix.outputsBegin = 1;
   b.prefix.internalsBegin = b.prefix.dummiesBegin = 2;
   Place* p[5];
-  for (int i = 0; i < 5; ++i) p[i] = b.place("p" + std::to_string(i));
-  p[0]->tokens = 1;
+  for (int i = 0; i < 5; ++i) p[i] = b.place("p" + std::to_string(i), i == 0);
   Transition* t[4] = {b.transition("a+", a, SignPlus), b.transition("d.dum", d), b.transition("b+", o, SignPlus),
                       b.transition("a-", a, SignMinus)};
   Condition* c = b.condition(p[0]);

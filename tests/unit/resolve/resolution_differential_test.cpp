@@ -128,7 +128,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
   deep.maxDepth = 4;
   deep.maxSignals = 8;
   int withConflicts[2] = {}, resolved[2] = {}, signals[2] = {}, parallel = 0, lockedPairs = 0, misjudged = 0;
-  uint64_t seeds = sizedForBuild(140);
+  uint64_t seeds = sizedForBuild(70);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + (variant ? " without inputs" : ""));
@@ -172,7 +172,7 @@ TEST(ResolutionDifferential, RandomStgsWithConflicts) {
 // With -r the output may drop traces, never inputs; every result must still pass the judge.
 TEST(ResolutionDifferential, RandomStgsWithReductions) {
   int withConflicts = 0, resolved = 0, reductions = 0, signals = 0;
-  uint64_t seeds = sizedForBuild(30);
+  uint64_t seeds = sizedForBuild(20);
   for (uint64_t seed = 1; seed <= seeds; ++seed)
     for (int variant : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + (variant ? " without inputs" : ""));

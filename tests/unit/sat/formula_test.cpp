@@ -1,4 +1,4 @@
-// SatFormula: literals, clause normalisation, at-most-one, solving, formula.cnf, the
+// SatFormula: clause normalisation, literal values, at-most-one, solving, formula.cnf, the
 // solver choice and the definition record.
 #include <gtest/gtest.h>
 
@@ -18,19 +18,6 @@ namespace nurex {
 namespace {
 
 using namespace sat_test;
-
-TEST(SatLiteral, ReservedWordsAndPrinting) {
-  EXPECT_EQ(literal_name(LiteralUninit), "UNINIT");
-  EXPECT_EQ(literal_name(LiteralTrue), "TRUE");
-  EXPECT_EQ(literal_name(LiteralFalse), "FALSE");
-  EXPECT_EQ(literal_name(14), "7");
-  EXPECT_EQ(literal_name(15), "7'");
-  EXPECT_EQ(variable_name(variable_of(LiteralTrue)), "CONST");
-  EXPECT_EQ(variable_name(variable_of(LiteralFalse)), "CONST");
-  EXPECT_EQ(negate(LiteralTrue), LiteralFalse);
-  EXPECT_TRUE(is_constant(LiteralTrue) && is_constant(LiteralFalse));
-  EXPECT_FALSE(is_constant(LiteralUninit) || is_constant(0) || is_constant(1));
-}
 
 TEST(SatFormulaClauses, NormalisationDropsAndShortens) {
   for (int solver : Solvers) {
@@ -248,16 +235,6 @@ TEST(SatFormulaDefinitions, RecordNotesGatesAndClauseVariables) {
   EXPECT_FALSE(record.used_variables.count({variable_of(x[0]), 2}));
   formula.reset();
   EXPECT_TRUE(record.gate_of_variable.empty() && record.used_variables.empty());
-}
-
-TEST(SatFormulaGates, ArrayChildrenAboveFour) {
-  std::vector<Literal> children = {2, 4, 6, 8, 10, 12};
-  Gate gate(GateXor, children);
-  EXPECT_EQ(gate.head & 7, GateArrayArity);
-  EXPECT_EQ(gate.arity(), 6u);
-  EXPECT_EQ(std::vector<Literal>(gate.children().begin(), gate.children().end()), children);
-  Gate small(GateAnd, std::vector<Literal>{2, 5});
-  EXPECT_EQ(small.head, GateAnd * 8 + 2);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-// Test support: the unmapped Verilog netlist of -E, -G and -S, line by line against the
-// derived equations: header, comment block, one body per implementation style, trailer; the
-// equation texts, the gC next-state expressions and the complemented resets are parsed
-// and evaluated, since only their function is fixed.
+// Test support: the unmapped Verilog netlist of -E, -G and -S against the derived equations:
+// each equation text is its cover, and each statement computes what its function must; the
+// equation texts, gC next-state expressions and complemented resets are parsed and evaluated,
+// since only their function is fixed (tests/e2e holds exact netlists for the layout).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,11 +20,6 @@ namespace {
 // Constants as written in the netlist; the Verilog spelling is accepted beside the other.
 bool isConstant(const std::string& text, bool value) {
   return text == (value ? "1b`1" : "1b`0") || text == (value ? "1'b1" : "1'b0");
-}
-
-std::string verilogConstants(std::string text) {
-  for (size_t at; (at = text.find("1b`")) != std::string::npos;) text.replace(at, 3, "1'b");
-  return text;
 }
 
 // A parsed expression of the netlist syntax: "|" over "&" over "!", parentheses, signal
@@ -180,38 +175,48 @@ void expectEquationText(const Stg& stg, const EquationAlternative& alt) {
   EXPECT_EQ(parsed, wanted) << "\"" << alt.equation << "\" is not the cover";
 }
 
-// "    assign z = <expression>;" or, commented, "    // assign ..."; the expression.
-std::string assignedExpression(const std::string& line, const std::string& target, bool live) {
-  std::string head = std::string(live ? "    " : "    // ") + "assign " + target + " = ";
-  if (line.rfind(head, 0) != 0 || line.back() != ';') return "";
-  return line.substr(head.size(), line.size() - head.size() - 1);
+// One "assign" statement, live or commented out: its target and expression.
+struct Statement {
+  bool live;
+  std::string target, expression;
+};
+
+std::vector<Statement> statementsOf(const std::string& netlist) {
+  std::vector<Statement> out;
+  std::istringstream in(netlist);
+  for (std::string line; std::getline(in, line);) {
+    bool live = line.rfind("    assign ", 0) == 0;
+    if (!live && line.rfind("    // assign ", 0) != 0) continue;
+    size_t from = line.find("assign ") + 7, equals = line.find(" = ", from), end = line.find(';', equals);
+    out.push_back({live, line.substr(from, equals - from), line.substr(equals + 3, end - equals - 3)});
+  }
+  return out;
 }
 
-void expectGcStatement(const Stg& stg, const std::string& line, const Signal& z, const EquationAlternative& set,
-                       const EquationAlternative& reset, bool live) {
-  std::string text = assignedExpression(line, z.name, live);
-  Expression e(text, stg);
-  ASSERT_TRUE(e.ok()) << "not a gC statement of " << z.name << ": \"" << line << "\"";
+// The statement assigns `target` (live only when first) a function of the signals.
+Expression expectStatement(const Stg& stg, const Statement& s, const std::string& target, bool live) {
+  EXPECT_EQ(s.target, target);
+  EXPECT_EQ(s.live, live) << target << " = " << s.expression;
+  Expression e(s.expression, stg);
+  EXPECT_TRUE(e.ok()) << "not an expression of the signals: " << target << " = " << s.expression;
+  return e;
+}
+
+void expectCover(const Expression& e, const EquationAlternative& alt, bool complemented, const std::string& text) {
+  std::vector<OracleCube> cover = oracleCubes(alt.sop);
+  EXPECT_FALSE(firstCounterexample(contextOf(alt) | e.variables(),
+                                   [&](Code code) { return e.value(code) == (evaluate(cover, code) != complemented); }))
+      << (complemented ? "not the complement of the cover: " : "not the cover: ") << text;
+}
+
+void expectGc(const Expression& e, const Signal& z, const EquationAlternative& set, const EquationAlternative& reset,
+              const std::string& text) {
   std::vector<OracleCube> s = oracleCubes(set.sop), r = oracleCubes(reset.sop);
   Code own = Code{1} << z.index;
   EXPECT_FALSE(firstCounterexample(contextOf(set) | contextOf(reset) | e.variables() | own, [&](Code code) {
     bool on = evaluate(s, code), off = evaluate(r, code);
     return (on && off) || e.value(code) == (on || (!off && (code & own) != 0));
-  })) << "not 1 under SET, 0 under RESET and the signal's own value otherwise: " << line;
-}
-
-void expectComplement(const Stg& stg, const std::string& line, const Signal& z, const EquationAlternative& reset,
-                      bool live) {
-  std::string suffix = "; // cost=" + std::to_string(reset.literals);
-  ASSERT_GT(line.size(), suffix.size());
-  ASSERT_EQ(line.substr(line.size() - suffix.size()), suffix) << line;
-  std::string text = assignedExpression(line.substr(0, line.size() - suffix.size() + 1), z.name + "_nRESET", live);
-  Expression e(text, stg);
-  ASSERT_TRUE(e.ok()) << "not a reset statement of " << z.name << ": \"" << line << "\"";
-  std::vector<OracleCube> r = oracleCubes(reset.sop);
-  EXPECT_FALSE(firstCounterexample(contextOf(reset) | e.variables(),
-                                   [&](Code code) { return e.value(code) != evaluate(r, code); }))
-      << "not the complement of the reset cover: " << line;
+  })) << "not 1 under SET, 0 under RESET and the signal's own value otherwise: " << text;
 }
 
 std::string names(const Stg& stg, uint8_t kind) {
@@ -219,73 +224,6 @@ std::string names(const Stg& stg, uint8_t kind) {
   for (const Signal* s : stg.signals)
     if (s->kind == kind) list += (list.empty() ? "" : ", ") + s->name;
   return list;
-}
-
-std::string costLine(const std::string& target, const EquationAlternative& alt, bool live) {
-  return std::string(live ? "    " : "    // ") + "assign " + target + " = " + alt.equation +
-         "; // cost=" + std::to_string(alt.literals);
-}
-
-class NetlistReader {
- public:
-  explicit NetlistReader(const std::string& text) {
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) lines_.push_back(line);
-    complete_ = !text.empty() && text.back() == '\n';
-  }
-  // The next line, or a marker that the text has ended.
-  const std::string& next() { return at_ < lines_.size() ? lines_[at_++] : end_; }
-  // Only the first difference is reported: the rest of the text is out of step after it.
-  // Constants may be spelt either way.
-  void expect(const std::string& want) {
-    if (failed_) return;
-    const std::string& line = next();
-    failed_ = verilogConstants(line) != verilogConstants(want);
-    EXPECT_FALSE(failed_) << "line " << at_ << "\n  is: " << line << "\nnot: " << want;
-  }
-  bool done() const { return failed_ || (at_ == lines_.size() && complete_); }
-
- private:
-  std::vector<std::string> lines_;
-  size_t at_ = 0;
-  bool complete_ = false, failed_ = false;
-  const std::string end_ = "<end of text>";
-};
-
-const char* const styleComment[] = {"", "    // complex-gate implementation, each 'assign' statement is assumed to be ATOMIC;",
-                                    "    // gC implementation, each 'assign' statement is assumed to be ATOMIC;",
-                                    "    // standard-C implementation, each 'assign' statement is assumed to be ATOMIC;"};
-
-void expectBody(const Stg& stg, NetlistReader& in, const std::vector<const SignalImplementation*>& impls, int type) {
-  for (size_t i = 0; i < impls.size(); i += type == 1 ? 1 : 2) {
-    const Signal& z = *impls[i]->signal;
-    SCOPED_TRACE("signal " + z.name);
-    if (type == 1) {
-      in.expect("");
-      for (size_t a = 0; a < impls[i]->alternatives.size(); ++a)
-        in.expect(costLine(z.name, impls[i]->alternatives[a], a == 0));
-      continue;
-    }
-    const auto &set = impls[i]->alternatives, &reset = impls[i + 1]->alternatives;
-    if (type == 2) {
-      for (size_t s = 0; s < set.size(); ++s)
-        for (size_t r = 0; r < reset.size(); ++r) {
-          in.expect("");
-          in.expect("    // SET=" + set[s].equation + ", RESET=" + reset[r].equation +
-                    ", cost=" + std::to_string(set[s].literals + reset[r].literals));
-          expectGcStatement(stg, in.next(), z, set[s], reset[r], s == 0 && r == 0);
-        }
-      continue;
-    }
-    in.expect("");
-    in.expect("");
-    in.expect("    // Signal " + z.name + " cost=" + std::to_string(impls[i]->cost() + impls[i + 1]->cost()));
-    for (size_t s = 0; s < set.size(); ++s) in.expect(costLine(z.name + "_SET", set[s], s == 0));
-    for (size_t r = 0; r < reset.size(); ++r) expectComplement(stg, in.next(), z, reset[r], r == 0);
-    const std::string& n = z.name;
-    in.expect("    assign " + n + " = " + n + "_SET & " + n + "_nRESET | " + n + " & (" + n + "_SET | " + n +
-              "_nRESET); // C-element");
-  }
 }
 
 }  // namespace
@@ -307,23 +245,52 @@ void expectNetlist(const Stg& stg, const SynthesisRun& run, int type) {
   std::vector<const SignalImplementation*> impls = run.mode->implementations();
   for (const SignalImplementation* impl : impls)
     for (const EquationAlternative& alt : impl->alternatives) expectEquationText(stg, alt);
-  NetlistReader in(netlistOf(*run.mode));
+  std::string netlist = netlistOf(*run.mode);
   std::string outs = names(stg, SignalOutput), ins = names(stg, SignalInput);
-  in.expect("module NUREX_unmapped_implementation(" + outs + (!outs.empty() && !ins.empty() ? ", " : "") + ins + ");");
-  if (!outs.empty()) in.expect("    output " + outs + ";");
-  if (!ins.empty()) in.expect("    input " + ins + ";");
-  in.expect("");
-  in.expect(styleComment[type]);
-  in.expect("    // total cost=" + std::to_string(run.mode->total_cost()));
-  expectBody(stg, in, impls, type);
-  in.expect("");
-  in.expect("    // initial values of the signals");
-  std::string values = "    //";
-  for (const Signal* s : stg.signals)
-    if (s->kind != SignalDummy) values += " " + s->name + "=" + std::to_string(s->initialValue);
-  in.expect(values);
-  in.expect("endmodule");
-  EXPECT_TRUE(in.done()) << "text after endmodule, or no final newline";
+  EXPECT_EQ(netlist.substr(0, netlist.find('\n')),
+            "module NUREX_unmapped_implementation(" + outs + (!outs.empty() && !ins.empty() ? ", " : "") + ins + ");");
+  EXPECT_TRUE(netlist.ends_with("endmodule\n")) << netlist;
+  std::vector<Statement> statements = statementsOf(netlist);
+  size_t at = 0;
+  auto next = [&]() -> const Statement& {
+    static const Statement none{false, "<none>", ""};
+    return at < statements.size() ? statements[at++] : none;
+  };
+  for (size_t i = 0; i < impls.size(); i += type == 1 ? 1 : 2) {
+    const Signal& z = *impls[i]->signal;
+    SCOPED_TRACE("signal " + z.name);
+    const auto& set = impls[i]->alternatives;
+    if (type == 1) {
+      for (size_t a = 0; a < set.size(); ++a) {
+        const Statement& st = next();
+        expectCover(expectStatement(stg, st, z.name, a == 0), set[a], false, st.expression);
+      }
+      continue;
+    }
+    const auto& reset = impls[i + 1]->alternatives;
+    if (type == 2) {
+      for (size_t a = 0; a < set.size(); ++a)
+        for (size_t r = 0; r < reset.size(); ++r) {
+          const Statement& st = next();
+          expectGc(expectStatement(stg, st, z.name, a == 0 && r == 0), z, set[a], reset[r], st.expression);
+        }
+      continue;
+    }
+    for (size_t a = 0; a < set.size(); ++a) {
+      const Statement& st = next();
+      expectCover(expectStatement(stg, st, z.name + "_SET", a == 0), set[a], false, st.expression);
+    }
+    for (size_t r = 0; r < reset.size(); ++r) {
+      const Statement& st = next();
+      expectCover(expectStatement(stg, st, z.name + "_nRESET", r == 0), reset[r], true, st.expression);
+    }
+    const std::string& n = z.name;
+    const Statement& c = next();
+    EXPECT_TRUE(c.live && c.target == n &&
+                c.expression == n + "_SET & " + n + "_nRESET | " + n + " & (" + n + "_SET | " + n + "_nRESET)")
+        << "not the C-element of " << n << ": " << c.target << " = " << c.expression;
+  }
+  EXPECT_EQ(at, statements.size()) << "statements beyond the functions";
 }
 
 }  // namespace nurex::test

@@ -102,7 +102,7 @@ TEST(UnfoldRandom, EverySearchThreadCountOrderAndCorrespondentRuleGivesAComplete
   for (auto [search, threads] : {std::pair{Search::Closure, 1}, {Search::Closure, 2}, {Search::Relation, 1},
                                  {Search::Relation, 3}, {Search::Plain, 2}})
     searches.push_back({optionsFor(search, threads), 0});
-  for (uint64_t seed = 0; seed < 200; ++seed) {
+  for (uint64_t seed = 0; seed < sizedForBuild(200); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     unfoldVariants([&] { return randomSafeNet(seed); }, searches);
   }
@@ -114,7 +114,7 @@ TEST(UnfoldRandom, EverySearchThreadCountOrderAndCorrespondentRuleGivesAComplete
     orders.push_back({optionsFor(Search::Closure, 2, order), -1});
     orders.back().options.non_local_correspondents = 1;
   }
-  for (uint64_t seed = 300; seed < 400; ++seed) {
+  for (uint64_t seed = 300; seed < 300 + sizedForBuild(100); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::vector<size_t> sizes = unfoldVariants([&] { return randomSafeNet(seed, smallNets()); }, orders);
     EXPECT_LE(sizes[5], sizes[0]);

@@ -1,55 +1,39 @@
 // The unfolder on small hand-made nets: warnings, errors with their exact texts, dummy
-// events, the effect of the order and of no_cutoffs, and the concurrency relation's
-// messages and size.
+// events, the effect of the order and of no_cutoffs, the concurrency relation's messages and
+// size; and the comparisons of the adequate orders on hand-made configuration summaries.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 
 #include "model/checks.h"
 #include "support/capture.h"
+#include "support/prefix_builder.h"
 #include "support/random_net.h"
 #include "support/state_space.h"
-#include "unit/unfold/unfold_test_support.h"
+#include "unfold/adequate_order.h"
 #include "unfold/worker_pool.h"
+#include "unit/unfold/unfold_test_support.h"
 
 namespace nurex::test {
 namespace {
 
 template <class Net>
-struct NetBuilder {
-  std::unique_ptr<Prefix<Net>> prefix = std::make_unique<Prefix<Net>>();
+using NetBuilder = PrefixBuilder<Net>;
 
-  Place* place(const std::string& name, uint32_t tokens = 0) {
-    auto* p = prefix->places.add(new Place);
-    p->name = name;
-    p->tokens = tokens;
-    return p;
-  }
-  Transition* transition(const std::string& name, std::initializer_list<Place*> pre,
-                         std::initializer_list<Place*> post, Signal* signal = nullptr) {
-    auto* t = prefix->transitions.add(new Transition);
-    t->name = name;
-    t->signal = signal;
-    for (Place* p : pre) addPlaceArc(p, t);
-    for (Place* p : post) addTransitionArc(t, p);
-    return t;
-  }
-  Signal* signal(const std::string& name, uint8_t kind) {
-    auto* s = prefix->signals.add(new Signal);
-    s->name = name;
-    s->kind = kind;
-    return s;
-  }
-  // Runs the unfolder; returns stderr.
-  std::string unfold(const UnfoldOptions& options, bool expectDone = true) {
-    sortArcs(*prefix);
-    bool done = false;
-    std::string err = captureStderr([&] { done = unfoldNet(*prefix, options); });
-    EXPECT_EQ(done, expectDone) << err;
-    return err;
-  }
-  std::string statistics() const { return formatStatistics(computeStatistics(prefix->conditions, prefix->events)); }
-};
+// Runs the unfolder on the built net; returns stderr.
+template <class Net>
+std::string unfold(NetBuilder<Net>& b, const UnfoldOptions& options, bool expectDone = true) {
+  sortArcs(b.prefix);
+  bool done = false;
+  std::string err = captureStderr([&] { done = unfoldNet(b.prefix, options); });
+  EXPECT_EQ(done, expectDone) << err;
+  return err;
+}
+
+template <class Net>
+std::string statistics(const NetBuilder<Net>& b) {
+  return formatStatistics(computeStatistics(b.prefix.conditions, b.prefix.events));
+}
 
 UnfoldOptions defaults() { return optionsFor(Search::Closure, 1); }
 
@@ -57,17 +41,17 @@ TEST(UnfoldBehaviour, EmptyInitialMarkingWarnsAndGivesAnEmptyPrefix) {
   NetBuilder<PetriNet> b;
   Place* p = b.place("p");
   b.transition("t", {p}, {p});
-  EXPECT_EQ(b.unfold(defaults()), "\nWarning: the initial marking is empty\n");
-  EXPECT_EQ(b.statistics(), "\n |B|=0 |E|=0 |C|=0 |BE|=0 |EB|=0");
+  EXPECT_EQ(unfold(b, defaults()), "\nWarning: the initial marking is empty\n");
+  EXPECT_EQ(statistics(b), "\n |B|=0 |E|=0 |C|=0 |BE|=0 |EB|=0");
 }
 
 TEST(UnfoldBehaviour, OnlyCutOffsWarn) {
   NetBuilder<PetriNet> b;
   Place* p = b.place("p", 1);
   b.transition("t", {p}, {p});
-  EXPECT_EQ(b.unfold(defaults()), "\nWarning: the prefix contains no non-cut-off events\n");
-  EXPECT_EQ(b.statistics(), "\n |B|=2 |E|=1 |C|=1 |BE|=1 |EB|=1");
-  EXPECT_TRUE(b.prefix->events[0]->correspondent.isInitialState());
+  EXPECT_EQ(unfold(b, defaults()), "\nWarning: the prefix contains no non-cut-off events\n");
+  EXPECT_EQ(statistics(b), "\n |B|=2 |E|=1 |C|=1 |BE|=1 |EB|=1");
+  EXPECT_TRUE(b.prefix.events[0]->correspondent.isInitialState());
 }
 
 TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
@@ -75,21 +59,21 @@ TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
   {
     NetBuilder<PetriNet> b;
     b.place("p", 2);
-    EXPECT_EQ(b.unfold(defaults(), false), "\nError: the net is not safe, place p; trace:\n\n");
+    EXPECT_EQ(unfold(b, defaults(), false), "\nError: the net is not safe, place p; trace:\n\n");
   }
   {
     NetBuilder<PetriNet> b;
     Place* a = b.place("a", 1);
     Place* c = b.place("b", 1);
     b.transition("t", {a}, {c});
-    EXPECT_EQ(b.unfold(defaults(), false), "\nError: the net is not safe, place b; trace:\nt\n");
-    EXPECT_TRUE(b.prefix->events.empty());
+    EXPECT_EQ(unfold(b, defaults(), false), "\nError: the net is not safe, place b; trace:\nt\n");
+    EXPECT_TRUE(b.prefix.events.empty());
   }
   {
     NetBuilder<PetriNet> b;
     Place* q = b.place("q");
     b.transition("t", {}, {q});
-    EXPECT_EQ(b.unfold(defaults(), false),
+    EXPECT_EQ(unfold(b, defaults(), false),
               "\nWarning: the initial marking is empty\n\nError: the net is not safe, place q; trace:\nt, t\n");
   }
   for (Search search : {Search::Closure, Search::Relation, Search::Plain})
@@ -103,7 +87,7 @@ TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
         Place* r = b.place("r");
         b.transition("t1", {p}, {r});
         b.transition("t2", {q}, {r});
-        EXPECT_EQ(b.unfold(optionsFor(search, threads), false), "\nError: the net is not safe, place r; trace:\nt1, t2\n");
+        EXPECT_EQ(unfold(b, optionsFor(search, threads), false), "\nError: the net is not safe, place r; trace:\nt1, t2\n");
       }
       // t1 takes the token that h put on p and puts one back, while t2, of the same batch,
       // adds another. t2 also sees h's token; t1 comes first in the batch and sees t2's.
@@ -118,7 +102,7 @@ TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
         b.transition("t2", {d}, {p});
         b.transition("h", {a}, {p});
         b.transition("k", {c}, {d});
-        EXPECT_EQ(b.unfold(optionsFor(search, threads), false),
+        EXPECT_EQ(unfold(b, optionsFor(search, threads), false),
                   "\nError: the net is not safe, place p; trace:\nh, k, t1, t2\n");
       }
       // g takes the initial token of p, f puts one back, e (of a later batch than f, after g)
@@ -135,7 +119,7 @@ TEST(UnfoldBehaviour, UnsafeNetsAreRejectedWithTheRunToTheSecondToken) {
         b.transition("f", {q}, {p});
         b.transition("k", {a}, {c});
         b.transition("e", {r, c}, {p});
-        EXPECT_EQ(b.unfold(optionsFor(search, threads), false),
+        EXPECT_EQ(unfold(b, optionsFor(search, threads), false),
                   "\nError: the net is not safe, place p; trace:\ng, k, f, e\n");
       }
     }
@@ -167,9 +151,9 @@ NetBuilder<Net> diamondWithDummies() {
 
 TEST(UnfoldBehaviour, DummyEventsOfStgsAreCutOffsOnlyWhenAllowed) {
   auto stg = diamondWithDummies<Stg>();
-  EXPECT_EQ(stg.unfold(defaults()), "");
-  EXPECT_EQ(stg.statistics(), "\n |B|=7 |E|=6 |C|=2 |BE|=6 |EB|=6");
-  for (const Event* e : stg.prefix->events)
+  EXPECT_EQ(unfold(stg, defaults()), "");
+  EXPECT_EQ(statistics(stg), "\n |B|=7 |E|=6 |C|=2 |BE|=6 |EB|=6");
+  for (const Event* e : stg.prefix.events)
     if (eventIsCutOff(e)) {
       EXPECT_EQ(e->transition->name, "z");
     }
@@ -177,13 +161,13 @@ TEST(UnfoldBehaviour, DummyEventsOfStgsAreCutOffsOnlyWhenAllowed) {
   UnfoldOptions allowed = defaults();
   allowed.dummy_cutoffs = 1;
   auto permissive = diamondWithDummies<Stg>();
-  EXPECT_EQ(permissive.unfold(allowed), "");
-  EXPECT_EQ(permissive.statistics(), "\n |B|=6 |E|=5 |C|=2 |BE|=5 |EB|=5");
+  EXPECT_EQ(unfold(permissive, allowed), "");
+  EXPECT_EQ(statistics(permissive), "\n |B|=6 |E|=5 |C|=2 |BE|=5 |EB|=5");
 
   // A plain net has no dummy signals: the same net cuts at d2 by default.
   auto net = diamondWithDummies<PetriNet>();
-  EXPECT_EQ(net.unfold(defaults()), "");
-  EXPECT_EQ(net.statistics(), permissive.statistics());
+  EXPECT_EQ(unfold(net, defaults()), "");
+  EXPECT_EQ(statistics(net), statistics(permissive));
 }
 
 TEST(UnfoldBehaviour, ACycleOfDummiesIsAnErrorRatherThanAnEndlessPrefix) {
@@ -194,7 +178,7 @@ TEST(UnfoldBehaviour, ACycleOfDummiesIsAnErrorRatherThanAnEndlessPrefix) {
   Place* q = b.place("q");
   b.transition("x+", {p}, {q}, x);
   b.transition("d", {q}, {q}, d);
-  EXPECT_EQ(b.unfold(defaults(), false),
+  EXPECT_EQ(unfold(b, defaults(), false),
             "\nError: the unfolding is infinite: a cycle of dummy transitions is reachable; trace:\nx+, d\n");
 }
 
@@ -211,32 +195,32 @@ NetBuilder<PetriNet> twoWays() {
 
 TEST(UnfoldBehaviour, EqualSizesNeverCorrespondUnderOrderOne) {
   auto third = twoWays();
-  third.unfold(optionsFor(Search::Closure, 1, 3));
-  EXPECT_EQ(third.statistics(), "\n |B|=4 |E|=3 |C|=2 |BE|=3 |EB|=3");
-  const Event* e1 = third.prefix->events[1];
+  unfold(third, optionsFor(Search::Closure, 1, 3));
+  EXPECT_EQ(statistics(third), "\n |B|=4 |E|=3 |C|=2 |BE|=3 |EB|=3");
+  const Event* e1 = third.prefix.events[1];
   EXPECT_EQ(e1->transition->name, "t2");
-  EXPECT_EQ(e1->correspondent.event(), third.prefix->events[0]);
+  EXPECT_EQ(e1->correspondent.event(), third.prefix.events[0]);
 
   auto first = twoWays();
-  first.unfold(optionsFor(Search::Closure, 1, 1));
-  EXPECT_EQ(first.statistics(), "\n |B|=5 |E|=4 |C|=2 |BE|=4 |EB|=4");
-  EXPECT_FALSE(eventIsCutOff(first.prefix->events[0]));
-  EXPECT_FALSE(eventIsCutOff(first.prefix->events[1]));
+  unfold(first, optionsFor(Search::Closure, 1, 1));
+  EXPECT_EQ(statistics(first), "\n |B|=5 |E|=4 |C|=2 |BE|=4 |EB|=4");
+  EXPECT_FALSE(eventIsCutOff(first.prefix.events[0]));
+  EXPECT_FALSE(eventIsCutOff(first.prefix.events[1]));
 }
 
 TEST(UnfoldBehaviour, NoCutOffsDropsThemAndRenumbers) {
   auto b = twoWays();
   UnfoldOptions options = defaults();
   options.no_cutoffs = 1;
-  b.unfold(options);
-  EXPECT_EQ(b.statistics(), "\n |B|=2 |E|=1 |C|=0 |BE|=1 |EB|=1");
-  EXPECT_TRUE(checkPrefixStructure(*b.prefix));
-  EXPECT_EQ(b.prefix->conditions[0]->postset.size(), 1u);
+  unfold(b, options);
+  EXPECT_EQ(statistics(b), "\n |B|=2 |E|=1 |C|=0 |BE|=1 |EB|=1");
+  EXPECT_TRUE(checkPrefixStructure(b.prefix));
+  EXPECT_EQ(b.prefix.conditions[0]->postset.size(), 1u);
 }
 
 TEST(UnfoldBehaviour, UnknownOrderIsAnError) {
   auto b = twoWays();
-  EXPECT_EQ(b.unfold(optionsFor(Search::Closure, 1, 5), false), "\nError: unknown adequate order 5\n");
+  EXPECT_EQ(unfold(b, optionsFor(Search::Closure, 1, 5), false), "\nError: unknown adequate order 5\n");
 }
 
 // Runs with verbosity 2 and returns what was printed on stdout.
@@ -289,6 +273,60 @@ TEST(UnfoldBehaviour, RelationSizeCountsEveryConcurrentPair) {
         if (a->index < c->index && conditionsConcurrent(a, c)) ++pairs;
     EXPECT_EQ(edges, pairs);
   }
+}
+
+// A summary from the transitions of each Foata level, the first level first.
+ConfigurationSummary summary(std::vector<std::vector<uint32_t>> levels, std::vector<std::vector<uint32_t>> causal = {}) {
+  ConfigurationSummary s;
+  for (uint64_t depth = 1; depth <= levels.size(); ++depth)
+    for (uint32_t t : levels[depth - 1]) {
+      s.parikh.push_back(t);
+      s.foata.push_back(depth << 32 | t);
+      ++s.size;
+    }
+  std::sort(s.parikh.begin(), s.parikh.end());
+  std::sort(s.foata.begin(), s.foata.end());
+  s.causal = std::move(causal);
+  return s;
+}
+
+// Both directions, so that the result is antisymmetric.
+void expectBelow(int order, const ConfigurationSummary& a, const ConfigurationSummary& b) {
+  EXPECT_LT(compareConfigurations(order, a, b), 0);
+  EXPECT_GT(compareConfigurations(order, b, a), 0);
+}
+
+TEST(UnfoldOrders, SizeComesFirstInEveryOrder) {
+  ConfigurationSummary small = summary({{9}}), large = summary({{0}, {1}});
+  for (int order = 1; order <= 4; ++order) expectBelow(order, small, large);
+}
+
+TEST(UnfoldOrders, ParikhVectorsCompareAsSortedSequences) {
+  // {t1, t3} against {t2, t2}: the sequence 1 3 is below 2 2.
+  ConfigurationSummary a = summary({{1}, {3}}), b = summary({{2}, {2}});
+  EXPECT_EQ(compareConfigurations(1, a, b), 0);
+  expectBelow(2, a, b);
+  expectBelow(3, a, b);
+  expectBelow(4, a, b);
+  expectBelow(2, summary({{0, 0, 5}}), summary({{0, 1, 1}}));
+}
+
+TEST(UnfoldOrders, FoataLevelsBreakParikhTies) {
+  // Same multiset {1, 2, 3}; a shorter first level is below a longer one.
+  ConfigurationSummary narrow = summary({{1}, {2, 3}}), wide = summary({{1, 2}, {3}});
+  EXPECT_EQ(compareConfigurations(2, narrow, wide), 0);
+  expectBelow(3, narrow, wide);
+  // Levels of equal length compare by their transitions.
+  expectBelow(3, summary({{1, 3}, {2}}), summary({{2, 3}, {1}}));
+  EXPECT_EQ(compareConfigurations(3, summary({{1, 3}, {2}}), summary({{3, 1}, {2}})), 0);
+}
+
+TEST(UnfoldOrders, OrderFourRefinesThreeByCausalStructure) {
+  ConfigurationSummary a = summary({{1}, {2}}, {{1, 1}, {2, 2, 0, 2, 1}});
+  ConfigurationSummary b = summary({{1}, {2}}, {{1, 1}, {2, 2, 1, 2, 1}});
+  EXPECT_EQ(compareConfigurations(3, a, b), 0);
+  expectBelow(4, a, b);
+  EXPECT_EQ(compareConfigurations(4, a, a), 0);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // predicates that carry their own meaning.
 #include "unit/verify/reach_oracle.h"
 
+#include <gtest/gtest.h>
+
 #include "unit/verify/stg_states.h"
 
 #include <map>
@@ -93,14 +95,46 @@ bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& stat
   return true;
 }
 
-bool replayTrace(const NetView& view, const Trace& trace, ExplicitState& state) {
+bool replayRun(const NetView& view, const std::vector<const Transition*>& run, ExplicitState& state) {
   state = initialState(view);
-  for (const TraceStep& step : trace) {
-    const Transition* t = view.net->transitions[step.transition->index];
+  for (const Transition* step : run) {
+    const Transition* t = view.net->transitions[step->index];
     if (!enabledIn(view, state.marking, t) || !fire(view, t, state)) return false;
   }
   computeEnabledness(view, state);
   return true;
+}
+
+std::vector<const Transition*> transitionsOf(const Trace& trace) {
+  std::vector<const Transition*> run;
+  for (const TraceStep& step : trace) run.push_back(step.transition);
+  return run;
+}
+
+bool holdsSomewhere(const std::vector<ExplicitState>& states, const RandomPredicate& p, bool stgStates,
+                    bool twoLevels) {
+  OracleEnv env{{nullptr, nullptr}, stgStates, {}};
+  for (size_t a = 0; a < states.size(); ++a)
+    for (size_t b = twoLevels ? 0 : a; b < (twoLevels ? states.size() : a + 1); ++b) {
+      if (stgStates && !states[a].visible) continue;
+      env.level[0] = &states[a], env.level[1] = &states[b];
+      if (p.holds(env)) return true;
+    }
+  return false;
+}
+
+void expectWitness(const NetView& view, const std::vector<std::vector<const Transition*>>& runs,
+                   const RandomPredicate& p, bool stgStates, bool twoLevels) {
+  ASSERT_GE(runs.size(), 1u);
+  ASSERT_LE(runs.size(), twoLevels ? 2u : 1u);
+  ExplicitState finals[2];
+  for (size_t t = 0; t < runs.size(); ++t) ASSERT_TRUE(replayRun(view, runs[t], finals[t])) << "the witness does not replay";
+  if (runs.size() == 1) finals[1] = finals[0];
+  if (stgStates) {
+    EXPECT_TRUE(finals[0].visible) << "the witness ends in a dummy";
+  }
+  OracleEnv env{{&finals[0], &finals[1]}, stgStates, {}};
+  EXPECT_TRUE(p.holds(env)) << "the witness does not satisfy the predicate";
 }
 
 std::string quotedName(const std::string& name) {

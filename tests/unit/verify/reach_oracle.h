@@ -36,8 +36,9 @@ bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint
 // Every rising edge fires at 0 and every falling one at 1, and the marking decides the code:
 // only then does a prefix, whose cut-offs compare markings, show every state.
 bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& states);
-// The state after firing the trace from the initial one; false if a step is not enabled.
-bool replayTrace(const NetView& view, const Trace& trace, ExplicitState& state);
+// The state after firing the run from the initial one; false if a step is not enabled.
+bool replayRun(const NetView& view, const std::vector<const Transition*>& run, ExplicitState& state);
+std::vector<const Transition*> transitionsOf(const Trace& trace);
 // Fills `enabled` and `viaDummies` of one state.
 void computeEnabledness(const NetView& view, ExplicitState& state);
 
@@ -84,6 +85,15 @@ class PredicateGenerator {
   bool twoLevels_ = false;
   int variables_ = 0;
 };
+
+// Some state (pair of states, for two levels) satisfies the predicate; with `stgStates` only
+// states reached by a run that does not end in a dummy count.
+bool holdsSomewhere(const std::vector<ExplicitState>& states, const RandomPredicate& p, bool stgStates,
+                    bool twoLevels = false);
+// The witness runs (one per level named; one serves both levels) replay in the net, end in
+// states that count, and satisfy the predicate there.
+void expectWitness(const NetView& view, const std::vector<std::vector<const Transition*>>& runs,
+                   const RandomPredicate& p, bool stgStates, bool twoLevels = false);
 
 // The text of a name inside double quotes.
 std::string quotedName(const std::string& name);

@@ -43,25 +43,19 @@ template <class Unit>
 void checkPredicate(const Unit& unit, const NetView& view, const std::vector<ExplicitState>& states,
                     const RandomPredicate& p, bool stgStates, int solver, Tally& tally, bool twoLevels = false) {
   SCOPED_TRACE(p.text);
-  OracleEnv env{{nullptr, nullptr}, stgStates, {}};
-  bool expected = false;
-  for (size_t a = 0; a < states.size() && !expected; ++a)
-    for (size_t b = twoLevels ? 0 : a; b < (twoLevels ? states.size() : a + 1) && !expected; ++b) {
-      if (stgStates && !states[a].visible) continue;
-      env.level[0] = &states[a], env.level[1] = &states[b];
-      expected = p.holds(env);
-    }
+  bool expected = holdsSomewhere(states, p, stgStates, twoLevels);
   OptionMap options;
   options["solver"] = solver;
-  std::vector<Trace> traces;
+  std::vector<std::vector<const Transition*>> runs;
   std::string err = quietly([&] {
     auto mode = makeReachabilityChecker(unit, options, p.text, stgStates);
     mode->run();
-    if (!mode->result_list().empty()) traces = mode->result_list().back()->traces;
+    if (!mode->result_list().empty())
+      for (const Trace& trace : mode->result_list().back()->traces) runs.push_back(transitionsOf(trace));
   });
   ASSERT_LT(raiseStatus(0), StatusError) << err;
   resetStatus();
-  bool found = !traces.empty();
+  bool found = !runs.empty();
   ++tally.predicates;
   tally.found += found;
   if (!stgStates || !hasDummies(view)) {
@@ -69,17 +63,7 @@ void checkPredicate(const Unit& unit, const NetView& view, const std::vector<Exp
   } else if (found) {
     EXPECT_TRUE(expected);
   }
-  if (!found) return;
-  // Traces come by level; with one level named, its trace serves both positions.
-  ASSERT_LE(traces.size(), twoLevels ? 2u : 1u);
-  ExplicitState finals[2];
-  for (size_t t = 0; t < traces.size(); ++t) ASSERT_TRUE(replayTrace(view, traces[t], finals[t]));
-  if (traces.size() == 1) finals[1] = finals[0];
-  if (stgStates) {
-    EXPECT_TRUE(finals[0].visible) << "the witness ends in a dummy";
-  }
-  env.level[0] = &finals[0], env.level[1] = &finals[1];
-  EXPECT_TRUE(p.holds(env)) << "the witness does not satisfy the predicate";
+  if (found) expectWitness(view, runs, p, stgStates, twoLevels);
 }
 
 template <class Unit>

@@ -66,12 +66,8 @@ struct Toggles {
   PrefixBuilder<PetriNet> b;
   Toggles() {
     for (const char* v : {"x", "y", "z"}) {
-      Place* one = b.place(std::string(v) + "1");
-      Place* zero = b.place(std::string(v) + "0");
-      one->tokens = 1;
-      Transition* t = b.transition(std::string("t") + v);
-      addPlaceArc(one, t), addTransitionArc(t, zero);
-      b.step(t, b.condition(one), zero);
+      Place *one = b.place(std::string(v) + "1", 1), *zero = b.place(std::string(v) + "0");
+      b.step(b.transition(std::string("t") + v, {one}, {zero}), b.condition(one), zero);
     }
   }
 };
@@ -197,11 +193,9 @@ TEST(ReachabilityMode, StgStatesSeenFromOutside) {
 // one direction (inside `|`) and then in the other (under `~`), it must be complete.
 TEST(ReachabilityMode, StateAtomsAskedForInBothDirections) {
   PrefixBuilder<PetriNet> chain;
-  Place* p[3] = {chain.place("p0"), chain.place("p1"), chain.place("p2")};
-  p[0]->tokens = 1;
-  Transition* t0 = chain.transition("t0");
-  Transition* t1 = chain.transition("t1");
-  addPlaceArc(p[0], t0), addTransitionArc(t0, p[1]), addPlaceArc(p[1], t1), addTransitionArc(t1, p[2]);
+  Place* p[3] = {chain.place("p0", 1), chain.place("p1"), chain.place("p2")};
+  Transition* t0 = chain.transition("t0", {p[0]}, {p[1]});
+  Transition* t1 = chain.transition("t1", {p[1]}, {p[2]});
   chain.step(t1, chain.step(t0, chain.condition(p[0]), p[1]), p[2]);
   for (int solver : {0, 1}) {
     Outcome o = decide(chain.prefix, "($ P \"p1\" | $ E 1) & ~$ P \"p1\" & $ E 1 & ~$ E 2", false, withSolver(solver));

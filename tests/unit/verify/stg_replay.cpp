@@ -4,50 +4,30 @@
 #include <gtest/gtest.h>
 
 #include "model/loaders.h"
-#include "stg_states.h"
+#include "reach_oracle.h"
 #include "support/capture.h"
 
 namespace nurex::test {
 
-bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why) {
-  state.tokens.assign(net.places.size(), 0);
-  for (const Place* p : net.places) state.tokens[p->index] = p->tokens;
-  state.code.assign(net.signals.size(), 0);
-  for (const Signal* s : net.signals)
-    if (s->kind != SignalDummy) state.code[s->index] = s->initialValue == 1;
-  for (const TraceStep& step : trace) {
-    const Transition* t = net.transitions[step.transition->index];
-    for (const Place* p : t->preset) {
-      if (state.tokens[p->index] == 0) {
-        why = t->name + " is not enabled";
-        return false;
-      }
-      --state.tokens[p->index];
-    }
-    for (const Place* p : t->postset) ++state.tokens[p->index];
-    if (t->signal && t->signal->kind != SignalDummy) state.code[t->signal->index] ^= 1;
-  }
-  return true;
-}
-
-std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state) {
-  std::vector<uint8_t> marking(state.tokens.begin(), state.tokens.end());
-  return excitedSignals(net, marking, &occurring);
-}
-
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc) {
   ASSERT_EQ(solution.traces.size(), 2u);
-  NetState a, b;
-  std::string why;
-  ASSERT_TRUE(replayInNet(prefix, solution.traces[0], a, why)) << why;
-  ASSERT_TRUE(replayInNet(prefix, solution.traces[1], b, why)) << why;
+  NetView view{&prefix, &prefix, transitionsWithEvents(prefix)};
+  ExplicitState a, b;
+  ASSERT_TRUE(replayRun(view, transitionsOf(solution.traces[0]), a)) << "the first trace does not replay";
+  ASSERT_TRUE(replayRun(view, transitionsOf(solution.traces[1]), b)) << "the second trace does not replay";
   EXPECT_EQ(a.code, b.code) << "the codes differ";
   if (!csc) {
-    EXPECT_NE(a.tokens, b.tokens) << "the markings are equal";
+    EXPECT_NE(a.marking, b.marking) << "the markings are equal";
     return;
   }
-  std::vector<bool> occurring = transitionsWithEvents(prefix);
-  std::vector<uint8_t> x = excitedSignals(prefix, occurring, a), y = excitedSignals(prefix, occurring, b);
+  // A local signal is excited in one state and not in the other, now or after dummies.
+  auto excitation = [&](const ExplicitState& s) {
+    std::vector<uint8_t> e(prefix.signals.size(), 0);
+    for (const Transition* t : prefix.transitions)
+      if (t->signal && s.viaDummies[t->index]) e[t->signal->index] = 1;
+    return e;
+  };
+  std::vector<uint8_t> x = excitation(a), y = excitation(b);
   bool differs = false;
   for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i) differs |= x[i] != y[i];
   EXPECT_TRUE(differs) << "the excited local signals are equal";

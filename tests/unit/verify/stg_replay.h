@@ -1,5 +1,5 @@
-// Test support: replays traces of STG modes in the original net (not in the prefix) and
-// runs and loads STGs quietly.
+// Test support: replays the conflicts of STG modes in the original net (not in the prefix),
+// and loads STGs quietly.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,6 @@
 
 namespace nurex::test {
 
-// A state of an STG reached by firing transitions from the initial marking.
-struct NetState {
-  std::vector<uint32_t> tokens;  // per place
-  std::vector<uint8_t> code;     // per signal, toggled by every edge; dummies stay 0
-};
-
-// Fires the transitions of the trace; false (with the reason) if one is not enabled.
-bool replayInNet(const Stg& net, const Trace& trace, NetState& state, std::string& why);
 // Transitions that have an event in the prefix: legacy files give arcs only to those,
 // and a transition without an event is never enabled at a reachable marking.
 template <class Unit>
@@ -29,10 +21,6 @@ std::vector<bool> transitionsWithEvents(const Unit& unit) {
   for (const auto* e : unit.events) occurs[e->transition->index] = true;
   return occurs;
 }
-// Per signal: some transition of it (among `occurring`) is enabled at the marking, or after
-// some sequence of dummy transitions.
-std::vector<uint8_t> excitedSignals(const Stg& net, const std::vector<bool>& occurring, const NetState& state);
-
 // Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc);
 
