@@ -11,6 +11,7 @@
 #include <map>
 
 #include "decompose/signal_cover.h"
+#include "kernel/algebraic.h"
 #include "kernel/boolean_relation.h"
 #include "kernel/two_level.h"
 #include "model/checks.h"
@@ -33,6 +34,7 @@ namespace {
 constexpr size_t MaxEvents = 30000;
 constexpr size_t MaxProbes = 40;         // insertion pairs tried per sub-function
 constexpr size_t MaxSubFunctions = 8;    // sub-functions tried per signal and pass
+constexpr size_t MaxDivisors = 8;        // algebraic divisors offered per signal
 const char* const FailedMessage = "failed to decompose";
 
 std::string line(char c) { return std::string(52, c); }
@@ -302,6 +304,21 @@ std::vector<LogicDecomposer::SubFunctionChoice> LogicDecomposer::subFunctionsOf(
   for (const CoverSplit& split : splitCover(task.cg, context_)) {
     add(split.parts[0], split.parts[1], false);
     add(split.parts[1], split.parts[0], false);
+  }
+  // Algebraic decomposition: F = Q1*D + Q0*!D + R for each divisor D of the minimised cover;
+  // D becomes the new signal, the rest reads the quotients and the remainder.
+  if (std::optional<SumOfProducts> whole = minimiseCover(task.cg)) {
+    bdd care = task.cg.on | task.cg.off;
+    size_t tried = 0;
+    for (const SopNode& d : divisors(SopNode(*whole), 64)) {
+      if (d.literals() < 2 || tried++ >= MaxDivisors) continue;
+      std::optional<ThreeWayDivision> split = divideThreeWay(SopNode(*whole), d);
+      if (!split || (split->onQuotient.isZero() && split->offQuotient.isZero())) continue;
+      SumOfProducts rest = split->onQuotient.cover();
+      for (const SopNode* part : {&split->offQuotient, &split->remainder})
+        rest.insert(rest.end(), part->cover().begin(), part->cover().end());
+      add(coverOfPart(d.cover(), care), coverOfPart(rest, care), false);
+    }
   }
   // Boolean decomposition: F = G(H1, H2) for each two-input gate G, the parts from the
   // solutions of the relation ON -> G(y), OFF -> !G(y).
