@@ -73,7 +73,7 @@ std::unique_ptr<Subject> subjectOf(const std::string& file, bool oracle = false)
   });
   resetStatus();
   if (!oracle) return s;
-  s->space = exploreStateSpace(*s->net, 20000);
+  s->space = exploreStateSpace(*s->net, {.stateLimit = 20000});
   s->view = NetView{s->net.get(), s->isStg ? s->net.get() : nullptr, std::vector<bool>(s->net->transitions.size(), true)};
   if (!s->isStg) s->statesComplete = exploreStates(s->view, s->states);
   if (s->loaded.stgPrefix && s->loadStatus < StatusError) {

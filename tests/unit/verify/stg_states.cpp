@@ -1,71 +1,23 @@
-// Test support: breadth-first exploration of an STG's states with pending dummy occurrences
-// tracked, and the USC, CSC and normalcy facts read off the counted states.
+// Test support: the counted states of an STG, from the explorer with pending dummies tracked,
+// and the USC, CSC and normalcy facts read off them.
 #include "stg_states.h"
 
 #include <algorithm>
 #include <map>
-#include <set>
 #include <string>
 
 namespace nurex::test {
 
 namespace {
 
-struct Extended {
-  std::vector<uint8_t> marking, code;
-  std::vector<std::vector<uint32_t>> pending;  // postsets of dummy occurrences still intact, sorted
-
-  std::string key() const {
-    std::string k(marking.begin(), marking.end());
-    k.push_back('|');
-    k.append(code.begin(), code.end());
-    for (const auto& group : pending) {
-      k.push_back('|');
-      for (uint32_t p : group) k += std::to_string(p) + ",";
-    }
-    return k;
-  }
-};
-
-bool enabled(const Transition* t, const std::vector<uint8_t>& marking) {
-  return std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return marking[p->index] != 0; });
-}
-
 bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
-
-// Fires t; false if a place would hold two tokens.
-bool fire(const Transition* t, const Extended& from, Extended& to) {
-  to = from;
-  for (const Place* p : t->preset) to.marking[p->index] = 0;
-  auto touched = [&](const std::vector<uint32_t>& group) {
-    return std::any_of(t->preset.begin(), t->preset.end(), [&](const Place* p) {
-      return std::find(group.begin(), group.end(), p->index) != group.end();
-    });
-  };
-  to.pending.erase(std::remove_if(to.pending.begin(), to.pending.end(), touched), to.pending.end());
-  for (const Place* p : t->postset) {
-    if (to.marking[p->index]) return false;
-    to.marking[p->index] = 1;
-  }
-  if (t->signal->kind == SignalDummy) {
-    std::vector<uint32_t> group;
-    for (const Place* p : t->postset) group.push_back(p->index);
-    to.pending.push_back(group);
-    std::sort(to.pending.begin(), to.pending.end());
-  } else {
-    to.code[t->signal->index] ^= 1;
-  }
-  return true;
-}
-
-bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
 
 }  // namespace
 
 std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
                                     const std::vector<bool>* occurring) {
   std::vector<uint8_t> excited(stg.signals.size(), 0);
-  enabledThroughDummies(stg, true, marking, occurring, [&](const Transition* t) {
+  enabledThroughDummies(stg, true, TokenVector(marking.begin(), marking.end()), occurring, [&](const Transition* t) {
     if (!isDummy(t)) excited[t->signal->index] = 1;
   });
   return excited;
@@ -73,38 +25,22 @@ std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& 
 
 namespace {
 
+// The first state of each (marking, code) without a pending dummy is the nearest one.
 std::vector<CountedState> countedStates(const Stg& stg, uint32_t limit, bool& complete, bool& safe) {
-  Extended start;
-  start.marking.assign(stg.places.size(), 0);
-  for (const Place* p : stg.places) start.marking[p->index] = p->tokens != 0;
-  start.code.assign(stg.signals.size(), 0);
-  for (const Signal* s : stg.signals) start.code[s->index] = s->initialValue == 1;
-  std::map<std::string, uint32_t> seen{{start.key(), 0}};
-  std::vector<Extended> queue{start};
-  std::vector<uint32_t> distance{0};
+  StateSpace space =
+      exploreStateSpace(stg, {.stateLimit = limit, .stg = &stg, .stopWhenUnsafe = true, .pendingDummies = true});
+  complete = space.complete;
+  safe = space.safe;
+  if (!complete || !safe) return {};
+  std::vector<uint32_t> distance(space.size(), 0);
   std::map<std::string, CountedState> counted;
-  for (size_t i = 0; i < queue.size(); ++i) {
-    if (queue[i].pending.empty()) {
-      std::string k(queue[i].marking.begin(), queue[i].marking.end());
-      k.append(queue[i].code.begin(), queue[i].code.end());
-      if (!counted.count(k)) counted[k] = {queue[i].marking, queue[i].code, {}, distance[i]};
-    }
-    for (const Transition* t : stg.transitions) {
-      if (!enabled(t, queue[i].marking)) continue;
-      Extended next;
-      if (!fire(t, queue[i], next)) {
-        safe = false;
-        return {};
-      }
-      if (seen.emplace(next.key(), queue.size()).second) {
-        if (queue.size() >= limit) {
-          complete = false;
-          return {};
-        }
-        queue.push_back(next);
-        distance.push_back(distance[i] + 1);
-      }
-    }
+  for (uint32_t i = 0; i < space.size(); ++i) {
+    if (i > 0) distance[i] = distance[space.parent[i]] + 1;
+    if (!space.pending[i].empty()) continue;
+    std::vector<uint8_t> marking(space.markings[i].begin(), space.markings[i].end());
+    std::string key(marking.begin(), marking.end());
+    key.append(space.codes[i].begin(), space.codes[i].end());
+    counted.emplace(key, CountedState{marking, space.codes[i], {}, distance[i]});
   }
   std::vector<CountedState> states;
   for (auto& [k, c] : counted) {

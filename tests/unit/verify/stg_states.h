@@ -7,10 +7,9 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 #include <vector>
 
-#include "model/net.h"
+#include "support/state_space.h"
 
 namespace nurex::test {
 
@@ -40,31 +39,6 @@ struct CountedStates {
 };
 
 CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit = 20000);
-
-// Calls `visit` for each transition (among `occurring`, if given) enabled at the safe marking
-// or at one that dummy transitions reach from it (in an STG), once per such marking.
-template <class Visit>
-void enabledThroughDummies(const PetriNet& net, bool stg, const std::vector<uint8_t>& marking,
-                           const std::vector<bool>* occurring, Visit visit) {
-  std::set<std::vector<uint8_t>> seen{marking};
-  std::vector<std::vector<uint8_t>> pending{marking};
-  while (!pending.empty()) {
-    std::vector<uint8_t> m = std::move(pending.back());
-    pending.pop_back();
-    for (const Transition* t : net.transitions) {
-      if (occurring && !(*occurring)[t->index]) continue;
-      bool enabled = true;
-      for (const Place* p : t->preset) enabled &= m[p->index] != 0;
-      if (!enabled) continue;
-      visit(t);
-      if (!stg || (t->signal && t->signal->kind != SignalDummy)) continue;
-      std::vector<uint8_t> next = m;
-      for (const Place* p : t->preset) next[p->index] = 0;
-      for (const Place* p : t->postset) next[p->index] = 1;
-      if (seen.insert(next).second) pending.push_back(std::move(next));
-    }
-  }
-}
 
 // Per signal: some transition of it (among `occurring`, if given) is enabled in the safe
 // marking or in one that dummy transitions reach from it.
