@@ -17,6 +17,7 @@
 #include "support/state_space.h"
 #include "synthesis/expression_text.h"
 #include "unit/verify/stg_states.h"
+#include "verify/signal_encoding.h"
 
 namespace nurex::test {
 
@@ -210,15 +211,13 @@ class Evaluator {
   std::set<std::string> open_;
 };
 
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
-
 // The ports are the STG's outputs and inputs; local signals have a driver, inputs none.
 std::string structureFailure(const Netlist& netlist, const Stg& stg) {
   std::set<std::string> outputs, inputs;
   for (const Signal* s : stg.signals) {
     if (s->kind == SignalOutput) outputs.insert(s->name);
     if (s->kind == SignalInput) inputs.insert(s->name);
-    if (isLocal(s) && !netlist.drivers.count(s->name)) return "signal " + s->name + " has no driver";
+    if (isLocalSignal(s) && !netlist.drivers.count(s->name)) return "signal " + s->name + " has no driver";
     if (s->kind == SignalInput && netlist.drivers.count(s->name)) return "input " + s->name + " is driven";
   }
   std::set<std::string> signals;
@@ -292,7 +291,7 @@ Judgement checkMappedCircuit(const std::string& text, const GenlibLibrary& libra
       if (s->kind != SignalDummy) values[s->name] = space.value(state, s);
     Evaluator evaluator(netlist, values);
     for (const Signal* z : stg.signals) {
-      if (!isLocal(z)) continue;
+      if (!isLocalSignal(z)) continue;
       bool next = values[z->name] != (c.excited[z->index] != 0), value;
       if (!evaluator.driven(z->name, value)) return {true, evaluator.failure};
       if (value != next)

@@ -177,6 +177,15 @@ std::string StateSpace::runText(uint32_t state, const Transition* last) const {
   return text.empty() ? "(empty run)" : text;
 }
 
+std::vector<uint32_t> StateSpace::closure(std::vector<uint32_t> from,
+                                          const std::function<bool(const Transition*)>& follow) const {
+  std::set<uint32_t> seen(from.begin(), from.end());
+  for (size_t k = 0; k < from.size(); ++k)
+    for (auto [t, j] : successors[from[k]])
+      if (follow(t) && seen.insert(j).second) from.push_back(j);
+  return std::vector<uint32_t>(seen.begin(), seen.end());
+}
+
 std::set<PlaceSet> StateSpace::placeSets() const {
   std::set<PlaceSet> out;
   for (const TokenVector& m : markings) {

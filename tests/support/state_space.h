@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -60,6 +61,8 @@ struct StateSpace {
   std::vector<const Transition*> runTo(uint32_t state) const;
   // The names of runTo(state), then `last`, or "(empty run)".
   std::string runText(uint32_t state, const Transition* last = nullptr) const;
+  // The states reachable from `from` by transitions that `follow` accepts, ascending.
+  std::vector<uint32_t> closure(std::vector<uint32_t> from, const std::function<bool(const Transition*)>& follow) const;
   // Every marking as a set of marked places (meaningful for safe nets).
   std::set<PlaceSet> placeSets() const;
   uint8_t value(uint32_t state, const Signal* s) const {

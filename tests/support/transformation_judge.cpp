@@ -9,12 +9,11 @@
 
 #include "support/state_space.h"
 #include "unit/verify/stg_states.h"
+#include "verify/signal_encoding.h"
 
 namespace nurex::test {
 
 namespace {
-
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
 
 const Signal* signalNamed(const Stg& stg, const std::string& name) {
   for (const Signal* s : stg.signals)
@@ -36,11 +35,7 @@ using StateSet = std::vector<uint32_t>;
 
 // The states reachable from `set` by transitions without a label (-1).
 StateSet closure(const Space& space, const std::vector<int>& labels, StateSet set) {
-  std::set<uint32_t> seen(set.begin(), set.end());
-  for (size_t k = 0; k < set.size(); ++k)
-    for (auto [t, j] : space.successors[set[k]])
-      if (labels[t->index] < 0 && seen.insert(j).second) set.push_back(j);
-  return StateSet(seen.begin(), seen.end());
+  return space.closure(std::move(set), [&](const Transition* t) { return labels[t->index] < 0; });
 }
 
 // Visible traces of both nets in lockstep, with the dead states that each set holds.
@@ -116,16 +111,9 @@ std::string compareTraces(const Space& a, const Space& b, const std::set<std::st
 // Input labels enabled in a state or after dummy transitions from it.
 std::set<std::string> inputsNear(const Space& space, uint32_t state) {
   std::set<std::string> inputs;
-  std::vector<uint32_t> stack{state};
-  std::set<uint32_t> seen{state};
-  while (!stack.empty()) {
-    uint32_t s = stack.back();
-    stack.pop_back();
-    for (auto [t, j] : space.successors[s]) {
+  for (uint32_t s : space.closure({state}, isDummy))
+    for (auto [t, j] : space.successors[s])
       if (!isDummy(t) && t->signal->kind == SignalInput) inputs.insert(labelOf(t));
-      if (isDummy(t) && seen.insert(j).second) stack.push_back(j);
-    }
-  }
   return inputs;
 }
 
@@ -152,7 +140,7 @@ std::string cscConflict(const Space& b, uint32_t limit, bool& complete) {
     for (size_t x = 0; x < group.size(); ++x)
       for (size_t y = x + 1; y < group.size(); ++y) {
         bool differ = std::any_of(b.stg->signals.begin(), b.stg->signals.end(), [&](const Signal* s) {
-          return isLocal(s) && group[x]->excited[s->index] != group[y]->excited[s->index];
+          return isLocalSignal(s) && group[x]->excited[s->index] != group[y]->excited[s->index];
         });
         if (differ && (!first || group[x]->distance + group[y]->distance < first->distance + second->distance))
           first = group[x], second = group[y];

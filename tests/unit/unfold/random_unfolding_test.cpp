@@ -283,22 +283,13 @@ TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
 
 // Whether some reachable marking lies on a cycle of dummy transitions.
 bool reachableDummyCycle(const StateSpace& space) {
-  for (uint32_t start = 0; start < space.size(); ++start) {
-    std::vector<bool> seen(space.size(), false);
-    std::vector<uint32_t> stack{start};
-    while (!stack.empty()) {
-      uint32_t s = stack.back();
-      stack.pop_back();
-      for (auto [t, next] : space.successors[s]) {
-        if (!t->signal || t->signal->kind != SignalDummy) continue;
-        if (next == start) return true;
-        if (!seen[next]) {
-          seen[next] = true;
-          stack.push_back(next);
-        }
-      }
+  auto dummy = [](const Transition* t) { return t->signal && t->signal->kind == SignalDummy; };
+  for (uint32_t start = 0; start < space.size(); ++start)
+    for (auto [t, next] : space.successors[start]) {
+      if (!dummy(t)) continue;
+      std::vector<uint32_t> back = space.closure({next}, dummy);
+      if (std::binary_search(back.begin(), back.end(), start)) return true;
     }
-  }
   return false;
 }
 

@@ -6,13 +6,9 @@
 #include <map>
 #include <string>
 
+#include "verify/signal_encoding.h"
+
 namespace nurex::test {
-
-namespace {
-
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
-
-}  // namespace
 
 std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
                                     const std::vector<bool>* occurring) {
@@ -69,7 +65,7 @@ StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit) {
   facts.states = states.size();
   std::vector<const Signal*> local;
   for (const Signal* s : stg.signals)
-    if (isLocal(s)) local.push_back(s);
+    if (isLocalSignal(s)) local.push_back(s);
   auto next = [](const CountedState& c, const Signal* s) { return (c.code[s->index] ^ c.excited[s->index]) != 0; };
   std::vector<bool> pNormal(stg.signals.size(), true), nNormal(stg.signals.size(), true);
   for (const CountedState& a : states)
