@@ -33,11 +33,11 @@ void fire(const Transition* t, TokenVector& marking, std::vector<uint8_t>* code)
   if (code && !isDummy(t)) (*code)[t->signal->index] ^= 1;
 }
 
-bool replayRun(const PetriNet& net, const std::vector<uint32_t>& transitions, TokenVector& marking) {
+bool replayRun(const PetriNet& net, const std::vector<const Transition*>& run, TokenVector& marking) {
   marking = initialMarking(net);
-  for (uint32_t index : transitions) {
-    if (index >= net.transitions.size() || !isEnabled(net.transitions[index], marking)) return false;
-    fire(net.transitions[index], marking);
+  for (const Transition* t : run) {
+    if (t->index >= net.transitions.size() || !isEnabled(net.transitions[t->index], marking)) return false;
+    fire(net.transitions[t->index], marking);
   }
   return true;
 }

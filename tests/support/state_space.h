@@ -88,8 +88,9 @@ std::vector<uint8_t> initialCode(const Stg& stg);
 bool isEnabled(const Transition* t, const TokenVector& marking);
 // Moves the tokens, and toggles the signal's value in `code` if one is given.
 void fire(const Transition* t, TokenVector& marking, std::vector<uint8_t>* code = nullptr);
-// Fires the transitions (by index) from the initial marking; false if one is not enabled.
-bool replayRun(const PetriNet& net, const std::vector<uint32_t>& transitions, TokenVector& marking);
+// Fires the net's transitions of the run's indices from the initial marking; false if one is
+// not enabled.
+bool replayRun(const PetriNet& net, const std::vector<const Transition*>& run, TokenVector& marking);
 
 // Calls `visit` for each transition (among `occurring`, if given) enabled at the marking or,
 // in an STG, at one that dummy transitions reach from it, once per such marking.

@@ -213,16 +213,16 @@ TEST(UnfoldRandom, LargerNetsGiveTheSamePrefixForEverySearch) {
   EXPECT_GT(events, 40u * 100);
 }
 
-// The transitions named in a trace, by index.
-std::vector<uint32_t> traceTransitions(const PetriNet& net, const std::string& trace) {
-  std::vector<uint32_t> run;
+// The transitions named in a trace.
+std::vector<const Transition*> traceTransitions(const PetriNet& net, const std::string& trace) {
+  std::vector<const Transition*> run;
   size_t at = 0;
   while (at < trace.size()) {
     size_t end = trace.find(", ", at);
     if (end == std::string::npos) end = trace.size();
     std::string name = trace.substr(at, end - at);
     for (const Transition* t : net.transitions)
-      if (t->name == name) run.push_back(t->index);
+      if (t->name == name) run.push_back(t);
     at = end + 2;
   }
   return run;
@@ -267,7 +267,7 @@ TEST(UnfoldRandom, UnsafeNetsAreRejectedWithARunToTwoTokens) {
       ASSERT_NE(semicolon, std::string::npos);
       std::string place = err.substr(head.size(), semicolon - head.size());
       std::string trace = err.substr(semicolon + 9, err.size() - semicolon - 10);
-      std::vector<uint32_t> run = traceTransitions(*net, trace);
+      std::vector<const Transition*> run = traceTransitions(*net, trace);
       deep += run.size() >= 4;
       TokenVector marking;
       ASSERT_TRUE(replayRun(*net, run, marking)) << trace;

@@ -1,4 +1,4 @@
-// Test support: replay of conflict traces in the original net, and quiet loading.
+// Test support: replay of deadlock and conflict traces in the original net, and quiet loading.
 #include "stg_replay.h"
 
 #include <gtest/gtest.h>
@@ -6,8 +6,16 @@
 #include "model/loaders.h"
 #include "reach_oracle.h"
 #include "support/capture.h"
+#include "support/state_space.h"
 
 namespace nurex::test {
+
+void expectDeadlock(const PetriNet& net, const std::vector<bool>& occurs, const std::vector<const Transition*>& run) {
+  TokenVector marking;
+  ASSERT_TRUE(replayRun(net, run, marking)) << "the deadlock trace does not replay";
+  for (const Transition* t : net.transitions)
+    EXPECT_FALSE(occurs[t->index] && isEnabled(t, marking)) << t->name << " is enabled at the end of the trace";
+}
 
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc) {
   ASSERT_EQ(solution.traces.size(), 2u);
