@@ -126,6 +126,18 @@ StateSpace exploreStateSpace(const PetriNet& net, const ExploreOptions& o) {
   return s;
 }
 
+std::vector<bool> enabledThroughDummies(const PetriNet& net, bool stg, const TokenVector& marking,
+                                        const std::vector<bool>* occurring) {
+  std::vector<bool> fires(net.transitions.size(), false), enabled(net.transitions.size(), false);
+  for (const Transition* t : net.transitions) fires[t->index] = !occurring || (*occurring)[t->index];
+  std::vector<bool> dummies = fires;
+  for (const Transition* t : net.transitions) dummies[t->index] = dummies[t->index] && stg && isDummy(t);
+  for (const TokenVector& m : exploreStateSpace(net, {.fires = &dummies, .start = &marking}).markings)
+    for (const Transition* t : net.transitions)
+      if (fires[t->index] && isEnabled(t, m)) enabled[t->index] = true;
+  return enabled;
+}
+
 std::string signalFailure(StateSpace& space, const std::vector<uint8_t>& known, std::vector<uint8_t>& init) {
   const Stg& stg = *space.stg;
   if (!space.safe) {

@@ -92,19 +92,10 @@ void fire(const Transition* t, TokenVector& marking, std::vector<uint8_t>* code 
 // not enabled.
 bool replayRun(const PetriNet& net, const std::vector<const Transition*>& run, TokenVector& marking);
 
-// Calls `visit` for each transition (among `occurring`, if given) enabled at the marking or,
-// in an STG, at one that dummy transitions reach from it, once per such marking.
-template <class Visit>
-void enabledThroughDummies(const PetriNet& net, bool stg, const TokenVector& marking,
-                           const std::vector<bool>* occurring, Visit visit) {
-  std::vector<bool> dummies(net.transitions.size(), false);
-  for (const Transition* t : net.transitions)
-    dummies[t->index] = stg && isDummy(t) && (!occurring || (*occurring)[t->index]);
-  StateSpace closure = exploreStateSpace(net, {.fires = &dummies, .start = &marking});
-  for (const TokenVector& m : closure.markings)
-    for (const Transition* t : net.transitions)
-      if ((!occurring || (*occurring)[t->index]) && isEnabled(t, m)) visit(t);
-}
+// Per transition: it is among `occurring` (if given) and enabled at the marking or, in an STG,
+// at one that dummy transitions among `occurring` reach from it.
+std::vector<bool> enabledThroughDummies(const PetriNet& net, bool stg, const TokenVector& marking,
+                                        const std::vector<bool>* occurring = nullptr);
 
 // The final markings (as place sets) of all configurations of the non-cut-off events of a
 // prefix, found by generating each configuration once, its events in index order. Stops

@@ -18,14 +18,12 @@ void computeEnabledness(const NetView& view, ExplicitState& state) {
   TokenVector marking(state.marking.begin(), state.marking.end());
   state.enabled.assign(transitions.size(), false);
   for (const Transition* t : transitions) state.enabled[t->index] = view.occurs[t->index] && isEnabled(t, marking);
-  state.viaDummies.assign(transitions.size(), false);
-  enabledThroughDummies(*view.net, view.stg != nullptr, marking, &view.occurs,
-                        [&](const Transition* t) { state.viaDummies[t->index] = true; });
+  state.viaDummies = enabledThroughDummies(*view.net, view.stg != nullptr, marking, &view.occurs);
 }
 
 bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint32_t limit) {
-  StateSpace space =
-      exploreStateSpace(*view.net, {.stateLimit = limit, .stg = view.stg, .fires = &view.occurs, .stopWhenUnsafe = true});
+  ExploreOptions options{.stateLimit = limit, .stg = view.stg, .fires = &view.occurs, .stopWhenUnsafe = true};
+  StateSpace space = exploreStateSpace(*view.net, options);
   if (!space.complete || !space.safe) return false;
   states.assign(space.size(), {});
   for (uint32_t i = 0; i < space.size(); ++i) {

@@ -5,6 +5,7 @@
 
 #include "model/loaders.h"
 #include "reach_oracle.h"
+#include "stg_states.h"
 #include "support/capture.h"
 #include "support/state_space.h"
 
@@ -29,13 +30,8 @@ void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc)
     return;
   }
   // A local signal is excited in one state and not in the other, now or after dummies.
-  auto excitation = [&](const ExplicitState& s) {
-    std::vector<uint8_t> e(prefix.signals.size(), 0);
-    for (const Transition* t : prefix.transitions)
-      if (t->signal && s.viaDummies[t->index]) e[t->signal->index] = 1;
-    return e;
-  };
-  std::vector<uint8_t> x = excitation(a), y = excitation(b);
+  std::vector<uint8_t> x = excitedSignals(prefix, a.marking, &view.occurs);
+  std::vector<uint8_t> y = excitedSignals(prefix, b.marking, &view.occurs);
   bool differs = false;
   for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i) differs |= x[i] != y[i];
   EXPECT_TRUE(differs) << "the excited local signals are equal";

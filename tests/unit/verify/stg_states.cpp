@@ -13,9 +13,9 @@ namespace nurex::test {
 std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
                                     const std::vector<bool>* occurring) {
   std::vector<uint8_t> excited(stg.signals.size(), 0);
-  enabledThroughDummies(stg, true, TokenVector(marking.begin(), marking.end()), occurring, [&](const Transition* t) {
-    if (!isDummy(t)) excited[t->signal->index] = 1;
-  });
+  std::vector<bool> enabled = enabledThroughDummies(stg, true, TokenVector(marking.begin(), marking.end()), occurring);
+  for (const Transition* t : stg.transitions)
+    if (enabled[t->index] && !isDummy(t)) excited[t->signal->index] = 1;
   return excited;
 }
 
