@@ -285,7 +285,7 @@ Judgement checkMappedCircuit(const std::string& text, const GenlibLibrary& libra
   std::stable_sort(counted.states.begin(), counted.states.end(),
                    [](const CountedState& x, const CountedState& y) { return x.distance < y.distance; });
   for (const CountedState& c : counted.states) {
-    uint32_t state = space.find(TokenVector(c.marking.begin(), c.marking.end()), c.code);
+    uint32_t state = space.find(c.marking, c.code);
     std::map<std::string, bool> values;
     for (const Signal* s : stg.signals)
       if (s->kind != SignalDummy) values[s->name] = space.value(state, s);

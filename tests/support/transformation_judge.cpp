@@ -146,9 +146,7 @@ std::string cscConflict(const Space& b, uint32_t limit, bool& complete) {
           first = group[x], second = group[y];
       }
   if (!first) return "";
-  auto stateOf = [&](const CountedState* c) {
-    return b.find(TokenVector(c->marking.begin(), c->marking.end()), c->code);
-  };
+  auto stateOf = [&](const CountedState* c) { return b.find(c->marking, c->code); };
   std::string code;
   for (const Signal* s : b.stg->signals)
     if (s->kind != SignalDummy) code += s->name + "=" + std::to_string(b.value(stateOf(first), s)) + " ";

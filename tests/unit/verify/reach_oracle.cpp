@@ -7,15 +7,13 @@
 #include <algorithm>
 #include <map>
 
-#include "support/state_space.h"
-
 namespace nurex::test {
 
 bool NetView::isDummy(const Transition* t) const { return stg && test::isDummy(t); }
 
 void computeEnabledness(const NetView& view, ExplicitState& state) {
   const auto& transitions = view.net->transitions;
-  TokenVector marking(state.marking.begin(), state.marking.end());
+  const TokenVector& marking = state.marking;
   state.enabled.assign(transitions.size(), false);
   for (const Transition* t : transitions) state.enabled[t->index] = view.occurs[t->index] && isEnabled(t, marking);
   state.viaDummies = enabledThroughDummies(*view.net, view.stg != nullptr, marking, &view.occurs);
@@ -27,7 +25,7 @@ bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint
   if (!space.complete || !space.safe) return false;
   states.assign(space.size(), {});
   for (uint32_t i = 0; i < space.size(); ++i) {
-    states[i].marking.assign(space.markings[i].begin(), space.markings[i].end());
+    states[i].marking = space.markings[i];
     if (view.stg) states[i].code = space.codes[i];
     states[i].visible |= i == 0;
     for (auto [t, j] : space.successors[i]) states[j].visible |= !view.isDummy(t);
@@ -37,7 +35,7 @@ bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint
 }
 
 bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& states) {
-  std::map<std::vector<uint8_t>, std::vector<uint8_t>> codeOf;
+  std::map<TokenVector, std::vector<uint8_t>> codeOf;
   for (const ExplicitState& s : states) {
     if (!codeOf.emplace(s.marking, s.code).first->second.empty() && codeOf[s.marking] != s.code) return false;
     for (const Transition* t : view.net->transitions) {
@@ -49,18 +47,16 @@ bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& stat
 }
 
 bool replayRun(const NetView& view, const std::vector<const Transition*>& run, ExplicitState& state) {
-  TokenVector marking = initialMarking(*view.net);
-  std::vector<uint8_t> code = view.stg ? initialCode(*view.stg) : std::vector<uint8_t>{};
+  TokenVector& marking = state.marking = initialMarking(*view.net);
+  state.code = view.stg ? initialCode(*view.stg) : std::vector<uint8_t>{};
   state.visible = true;
   for (const Transition* step : run) {
     const Transition* t = view.net->transitions[step->index];
     if (!view.occurs[t->index] || !isEnabled(t, marking)) return false;
-    fire(t, marking, view.stg ? &code : nullptr);
+    fire(t, marking, view.stg ? &state.code : nullptr);
     if (std::any_of(marking.begin(), marking.end(), [](uint32_t k) { return k > 1; })) return false;
     state.visible = !view.isDummy(t);
   }
-  state.marking.assign(marking.begin(), marking.end());
-  state.code = code;
   computeEnabledness(view, state);
   return true;
 }

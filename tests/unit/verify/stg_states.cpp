@@ -10,10 +10,10 @@
 
 namespace nurex::test {
 
-std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
+std::vector<uint8_t> excitedSignals(const Stg& stg, const TokenVector& marking,
                                     const std::vector<bool>* occurring) {
   std::vector<uint8_t> excited(stg.signals.size(), 0);
-  std::vector<bool> enabled = enabledThroughDummies(stg, true, TokenVector(marking.begin(), marking.end()), occurring);
+  std::vector<bool> enabled = enabledThroughDummies(stg, true, marking, occurring);
   for (const Transition* t : stg.transitions)
     if (enabled[t->index] && !isDummy(t)) excited[t->signal->index] = 1;
   return excited;
@@ -33,10 +33,9 @@ std::vector<CountedState> countedStates(const Stg& stg, uint32_t limit, bool& co
   for (uint32_t i = 0; i < space.size(); ++i) {
     if (i > 0) distance[i] = distance[space.parent[i]] + 1;
     if (!space.pending[i].empty()) continue;
-    std::vector<uint8_t> marking(space.markings[i].begin(), space.markings[i].end());
-    std::string key(marking.begin(), marking.end());
+    std::string key(space.markings[i].begin(), space.markings[i].end());
     key.append(space.codes[i].begin(), space.codes[i].end());
-    counted.emplace(key, CountedState{marking, space.codes[i], {}, distance[i]});
+    counted.emplace(key, CountedState{space.markings[i], space.codes[i], {}, distance[i]});
   }
   std::vector<CountedState> states;
   for (auto& [k, c] : counted) {

@@ -26,7 +26,7 @@ StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit = 20000);
 
 // A counted state, distinct from the others by marking or code.
 struct CountedState {
-  std::vector<uint8_t> marking;  // per place
+  TokenVector marking;
   std::vector<uint8_t> code;     // per signal; dummies stay 0
   std::vector<uint8_t> excited;  // per signal: some transition of it is enabled, now or after dummies
   uint32_t distance = 0;         // length of a shortest run reaching it
@@ -42,7 +42,7 @@ CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit = 20000);
 
 // Per signal: some transition of it (among `occurring`, if given) is enabled in the safe
 // marking or in one that dummy transitions reach from it.
-std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
+std::vector<uint8_t> excitedSignals(const Stg& stg, const TokenVector& marking,
                                     const std::vector<bool>* occurring = nullptr);
 
 }  // namespace nurex::test
