@@ -7,6 +7,13 @@
 
 namespace nurex::test {
 
+PlaceSet placesOf(const TokenVector& marking) {
+  PlaceSet places;
+  for (uint32_t p = 0; p < marking.size(); ++p)
+    if (marking[p]) places.push_back(p);
+  return places;
+}
+
 bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
 
 TokenVector initialMarking(const PetriNet& net) {
@@ -200,12 +207,7 @@ std::vector<uint32_t> StateSpace::closure(std::vector<uint32_t> from,
 
 std::set<PlaceSet> StateSpace::placeSets() const {
   std::set<PlaceSet> out;
-  for (const TokenVector& m : markings) {
-    PlaceSet places;
-    for (uint32_t p = 0; p < m.size(); ++p)
-      if (m[p]) places.push_back(p);
-    out.insert(places);
-  }
+  for (const TokenVector& m : markings) out.insert(placesOf(m));
   return out;
 }
 

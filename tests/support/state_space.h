@@ -20,6 +20,8 @@ using TokenVector = std::vector<uint32_t>;
 // The marked places of a safe marking, ascending.
 using PlaceSet = std::vector<uint32_t>;
 
+// The marked places of a marking.
+PlaceSet placesOf(const TokenVector& marking);
 // No signal, or a dummy one.
 bool isDummy(const Transition* t);
 
