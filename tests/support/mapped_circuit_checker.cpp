@@ -15,8 +15,8 @@
 
 #include "support/process.h"
 #include "support/state_space.h"
+#include "support/stg_states.h"
 #include "synthesis/expression_text.h"
-#include "unit/verify/stg_states.h"
 #include "verify/signal_encoding.h"
 
 namespace nurex::test {

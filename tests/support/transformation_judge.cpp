@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/state_space.h"
-#include "unit/verify/stg_states.h"
+#include "support/stg_states.h"
 #include "verify/signal_encoding.h"
 
 namespace nurex::test {

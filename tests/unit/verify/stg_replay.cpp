@@ -5,9 +5,9 @@
 
 #include "model/loaders.h"
 #include "reach_oracle.h"
-#include "stg_states.h"
 #include "support/capture.h"
 #include "support/state_space.h"
+#include "support/stg_states.h"
 
 namespace nurex::test {
 

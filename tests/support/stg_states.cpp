@@ -1,6 +1,6 @@
 // Test support: the counted states of an STG, from the explorer with pending dummies tracked,
 // and the USC, CSC and normalcy facts read off them.
-#include "stg_states.h"
+#include "support/stg_states.h"
 
 #include <algorithm>
 #include <map>
