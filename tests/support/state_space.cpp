@@ -85,7 +85,6 @@ void updatePending(const Transition* t, StateSpace::Pending& pending) {
 
 StateSpace exploreStateSpace(const PetriNet& net, const ExploreOptions& o) {
   StateSpace s;
-  s.net = &net;
   s.stg = o.stg;
   auto add = [&](TokenVector m, std::vector<uint8_t> code, StateSpace::Pending pending, uint32_t parent,
                  const Transition* via, std::string key) {

@@ -40,7 +40,6 @@ struct StateSpace {
   static constexpr uint32_t NoState = 0xFFFFFFFFu;
   using Pending = std::vector<std::vector<uint32_t>>;
 
-  const PetriNet* net = nullptr;
   const Stg* stg = nullptr;
   std::vector<TokenVector> markings;  // by state number; state 0 is the start
   // Per state and signal, counted from the declared values (1, else 0) and toggled by every
