@@ -14,9 +14,10 @@
 #include <vector>
 
 #include "support/process.h"
-#include "support/stg_space.h"
+#include "support/state_space.h"
+#include "support/stg_states.h"
 #include "synthesis/expression_text.h"
-#include "unit/verify/stg_states.h"
+#include "verify/signal_encoding.h"
 
 namespace nurex::test {
 
@@ -210,15 +211,13 @@ class Evaluator {
   std::set<std::string> open_;
 };
 
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
-
 // The ports are the STG's outputs and inputs; local signals have a driver, inputs none.
 std::string structureFailure(const Netlist& netlist, const Stg& stg) {
   std::set<std::string> outputs, inputs;
   for (const Signal* s : stg.signals) {
     if (s->kind == SignalOutput) outputs.insert(s->name);
     if (s->kind == SignalInput) inputs.insert(s->name);
-    if (isLocal(s) && !netlist.drivers.count(s->name)) return "signal " + s->name + " has no driver";
+    if (isLocalSignal(s) && !netlist.drivers.count(s->name)) return "signal " + s->name + " has no driver";
     if (s->kind == SignalInput && netlist.drivers.count(s->name)) return "input " + s->name + " is driven";
   }
   std::set<std::string> signals;
@@ -234,7 +233,7 @@ std::string structureFailure(const Netlist& netlist, const Stg& stg) {
   return "";
 }
 
-std::string codeText(const StgSpace& space, uint32_t state) {
+std::string codeText(const StateSpace& space, uint32_t state) {
   std::string text;
   for (const Signal* s : space.stg->signals)
     if (s->kind != SignalDummy) text += (text.empty() ? "" : " ") + s->name + "=" + std::to_string(space.value(state, s));
@@ -275,30 +274,29 @@ Judgement checkMappedCircuit(const std::string& text, const GenlibLibrary& libra
   Netlist netlist;
   if (std::string failure = NetlistReader(text, library).read(netlist); !failure.empty()) return {true, failure};
   if (std::string failure = structureFailure(netlist, stg); !failure.empty()) return {true, failure};
-  StgSpace space;
-  std::vector<uint8_t> known;
+  StateSpace space = exploreStateSpace(stg, {.stateLimit = stateLimit, .stg = &stg, .stopWhenUnsafe = true});
+  std::vector<uint8_t> known, init;
   for (const Signal* s : stg.signals) known.push_back(s->initialValue);
-  exploreStgSpace(stg, known, stateLimit, space);
   if (!space.complete) return {false, "state limit reached"};
-  if (!space.failure.empty()) return {true, "STG " + space.failure};
+  if (std::string failure = signalFailure(space, known, init); !failure.empty()) return {true, "STG " + failure};
   CountedStates counted = countedStgStates(stg, stateLimit);
   if (!counted.complete) return {false, "state limit reached in the counted states"};
   // Nearest states first, so that the witness is a shortest run.
   std::stable_sort(counted.states.begin(), counted.states.end(),
                    [](const CountedState& x, const CountedState& y) { return x.distance < y.distance; });
   for (const CountedState& c : counted.states) {
-    uint32_t state = space.stateOf(c.marking, c.code);
+    uint32_t state = space.find(c.marking, c.code);
     std::map<std::string, bool> values;
     for (const Signal* s : stg.signals)
       if (s->kind != SignalDummy) values[s->name] = space.value(state, s);
     Evaluator evaluator(netlist, values);
     for (const Signal* z : stg.signals) {
-      if (!isLocal(z)) continue;
+      if (!isLocalSignal(z)) continue;
       bool next = values[z->name] != (c.excited[z->index] != 0), value;
       if (!evaluator.driven(z->name, value)) return {true, evaluator.failure};
       if (value != next)
         return {true, "signal " + z->name + ": the gates give " + std::to_string(value) + " where the next value is " +
-                          std::to_string(next) + ", after " + space.run(state) + " (" + codeText(space, state) + ")"};
+                          std::to_string(next) + ", after " + space.runText(state) + " (" + codeText(space, state) + ")"};
     }
   }
   return {true, ""};

@@ -118,7 +118,7 @@ std::unique_ptr<Net> drawNet(uint64_t seed, const RandomNetOptions& o) {
     auto net = std::make_unique<Net>();
     freeArcs(*net, draw, o);
     sortArcs(*net);
-    StateSpace s = exploreStateSpace(*net, o.stateLimit);
+    StateSpace s = exploreStateSpace(*net, {.stateLimit = o.stateLimit});
     if (s.safe && s.complete) return net;
   }
   auto net = std::make_unique<Net>();

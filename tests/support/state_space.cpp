@@ -1,4 +1,4 @@
-// Test support: breadth-first marking exploration and configuration enumeration of prefixes.
+// Test support: the breadth-first explorer of nets and STGs, and configuration enumeration of prefixes.
 #include "support/state_space.h"
 
 #include <algorithm>
@@ -7,10 +7,25 @@
 
 namespace nurex::test {
 
+PlaceSet placesOf(const TokenVector& marking) {
+  PlaceSet places;
+  for (uint32_t p = 0; p < marking.size(); ++p)
+    if (marking[p]) places.push_back(p);
+  return places;
+}
+
+bool isDummy(const Transition* t) { return !t->signal || t->signal->kind == SignalDummy; }
+
 TokenVector initialMarking(const PetriNet& net) {
   TokenVector m(net.places.size(), 0);
   for (const Place* p : net.places) m[p->index] = p->tokens;
   return m;
+}
+
+std::vector<uint8_t> initialCode(const Stg& stg) {
+  std::vector<uint8_t> code;
+  for (const Signal* s : stg.signals) code.push_back(s->kind != SignalDummy && s->initialValue == 1);
+  return code;
 }
 
 bool isEnabled(const Transition* t, const TokenVector& marking) {
@@ -19,91 +34,179 @@ bool isEnabled(const Transition* t, const TokenVector& marking) {
   return true;
 }
 
-namespace {
-
-TokenVector fire(const Transition* t, TokenVector m) {
-  for (const Place* p : t->preset) --m[p->index];
-  for (const Place* p : t->postset) ++m[p->index];
-  return m;
+void fire(const Transition* t, TokenVector& marking, std::vector<uint8_t>* code) {
+  for (const Place* p : t->preset) --marking[p->index];
+  for (const Place* p : t->postset) ++marking[p->index];
+  if (code && !isDummy(t)) (*code)[t->signal->index] ^= 1;
 }
 
-}  // namespace
-
-bool replayRun(const PetriNet& net, const std::vector<uint32_t>& transitions, TokenVector& marking) {
+bool replayRun(const PetriNet& net, const std::vector<const Transition*>& run, TokenVector& marking) {
   marking = initialMarking(net);
-  for (uint32_t index : transitions) {
-    if (index >= net.transitions.size() || !isEnabled(net.transitions[index], marking)) return false;
-    marking = fire(net.transitions[index], marking);
+  for (const Transition* t : run) {
+    if (t->index >= net.transitions.size() || !isEnabled(net.transitions[t->index], marking)) return false;
+    fire(net.transitions[t->index], marking);
   }
   return true;
 }
 
 namespace {
 
-struct TokenHash {
-  size_t operator()(const TokenVector& m) const {
-    uint64_t h = 1469598103934665603ull;
-    for (uint32_t k : m) h = (h ^ k) * 1099511628211ull;
-    return static_cast<size_t>(h);
-  }
-};
+bool unsafe(const TokenVector& m) {
+  return std::any_of(m.begin(), m.end(), [](uint32_t k) { return k > 1; });
+}
+
+std::string keyOf(const TokenVector& marking, const std::vector<uint8_t>& code, const StateSpace::Pending* pending) {
+  std::string key(reinterpret_cast<const char*>(marking.data()), marking.size() * sizeof(uint32_t));
+  key.append(code.begin(), code.end());
+  if (pending)
+    for (const auto& group : *pending) {
+      key.push_back('|');
+      key.append(reinterpret_cast<const char*>(group.data()), group.size() * sizeof(uint32_t));
+    }
+  return key;
+}
+
+// A dummy occurrence stops pending once a token of its postset is consumed.
+void updatePending(const Transition* t, StateSpace::Pending& pending) {
+  auto touched = [&](const std::vector<uint32_t>& group) {
+    return std::any_of(t->preset.begin(), t->preset.end(), [&](const Place* p) {
+      return std::find(group.begin(), group.end(), p->index) != group.end();
+    });
+  };
+  pending.erase(std::remove_if(pending.begin(), pending.end(), touched), pending.end());
+  if (!isDummy(t)) return;
+  std::vector<uint32_t> group;
+  for (const Place* p : t->postset) group.push_back(p->index);
+  pending.push_back(group);
+  std::sort(pending.begin(), pending.end());
+}
 
 }  // namespace
 
-StateSpace exploreStateSpace(const PetriNet& net, uint32_t stateLimit) {
+StateSpace exploreStateSpace(const PetriNet& net, const ExploreOptions& o) {
   StateSpace s;
-  std::unordered_map<TokenVector, uint32_t, TokenHash> index;
-  auto add = [&](TokenVector m, uint32_t parent, uint32_t transition) {
-    auto [it, fresh] = index.emplace(std::move(m), s.size());
-    if (!fresh) return it->second;
-    s.markings.push_back(it->first);
+  s.stg = o.stg;
+  auto add = [&](TokenVector m, std::vector<uint8_t> code, StateSpace::Pending pending, uint32_t parent,
+                 const Transition* via, std::string key) {
+    uint32_t state = s.size();
+    s.index.emplace(std::move(key), state);
+    if (unsafe(m) && s.safe) {
+      s.safe = false;
+      s.firstUnsafe = state;
+    }
+    s.markings.push_back(std::move(m));
+    if (o.stg) s.codes.push_back(std::move(code));
+    if (o.pendingDummies) s.pending.push_back(std::move(pending));
     s.successors.emplace_back();
     s.parent.push_back(parent);
-    s.parentTransition.push_back(transition);
-    bool unsafe = std::any_of(it->first.begin(), it->first.end(), [](uint32_t k) { return k > 1; });
-    if (unsafe && s.safe) {
-      s.safe = false;
-      s.firstUnsafe = it->second;
-    }
-    return it->second;
+    s.via.push_back(via);
+    return state;
   };
-  add(initialMarking(net), StateSpace::NoState, StateSpace::NoState);
+  TokenVector start = o.start ? *o.start : initialMarking(net);
+  std::vector<uint8_t> startCode = o.stg ? initialCode(*o.stg) : std::vector<uint8_t>{};
+  std::string startKey = keyOf(start, startCode, nullptr);
+  add(start, startCode, {}, StateSpace::NoState, nullptr, startKey);
+  if (!s.safe && o.stopWhenUnsafe) return s;
   for (uint32_t state = 0; state < s.size(); ++state) {
     for (const Transition* t : net.transitions) {
-      if (!isEnabled(t, s.markings[state])) continue;
-      TokenVector next = fire(t, s.markings[state]);
-      if (!index.count(next) && s.size() >= stateLimit) {
+      if ((o.fires && !(*o.fires)[t->index]) || !isEnabled(t, s.markings[state])) continue;
+      TokenVector next = s.markings[state];
+      std::vector<uint8_t> code = o.stg ? s.codes[state] : std::vector<uint8_t>{};
+      fire(t, next, o.stg ? &code : nullptr);
+      StateSpace::Pending pending;
+      if (o.pendingDummies) updatePending(t, pending = s.pending[state]);
+      std::string key = keyOf(next, code, o.pendingDummies ? &pending : nullptr);
+      auto found = s.index.find(key);
+      uint32_t target = found == s.index.end() ? StateSpace::NoState : found->second;
+      bool stop = o.stopWhenUnsafe && unsafe(next);
+      if (target == StateSpace::NoState && !stop && s.size() >= o.stateLimit) {
         s.complete = false;
         return s;
       }
-      uint32_t target = add(std::move(next), state, t->index);
-      s.successors[state].push_back({t->index, target});
+      if (target == StateSpace::NoState)
+        target = add(std::move(next), std::move(code), std::move(pending), state, t, std::move(key));
+      s.successors[state].push_back({t, target});
+      if (stop) return s;
     }
   }
   return s;
 }
 
-uint32_t StateSpace::find(const TokenVector& marking) const {
-  for (uint32_t i = 0; i < size(); ++i)
-    if (markings[i] == marking) return i;
-  return NoState;
+std::vector<bool> enabledThroughDummies(const PetriNet& net, bool stg, const TokenVector& marking,
+                                        const std::vector<bool>* occurring) {
+  std::vector<bool> fires(net.transitions.size(), false), enabled(net.transitions.size(), false);
+  for (const Transition* t : net.transitions) fires[t->index] = !occurring || (*occurring)[t->index];
+  std::vector<bool> dummies = fires;
+  for (const Transition* t : net.transitions) dummies[t->index] = dummies[t->index] && stg && isDummy(t);
+  for (const TokenVector& m : exploreStateSpace(net, {.fires = &dummies, .start = &marking}).markings)
+    for (const Transition* t : net.transitions)
+      if (fires[t->index] && isEnabled(t, m)) enabled[t->index] = true;
+  return enabled;
 }
 
-std::vector<uint32_t> StateSpace::runTo(uint32_t state) const {
-  std::vector<uint32_t> run;
-  for (uint32_t s = state; parent[s] != NoState; s = parent[s]) run.push_back(parentTransition[s]);
+std::string signalFailure(StateSpace& space, const std::vector<uint8_t>& known, std::vector<uint8_t>& init) {
+  const Stg& stg = *space.stg;
+  if (!space.safe) {
+    uint32_t state = space.firstUnsafe;
+    if (state == 0)
+      for (const Place* p : stg.places)
+        if (p->tokens > 1) return "unsafe: place " + p->name + " starts with several tokens";
+    const Transition* t = space.via[state];
+    for (const Place* p : t->postset)
+      if (space.markings[state][p->index] > 1)
+        return "unsafe: place " + p->name + " gets a second token by " + space.runText(space.parent[state], t);
+  }
+  std::vector<int> firstSign(stg.signals.size(), -1);
+  for (const auto& edges : space.successors)
+    for (auto [t, j] : edges)
+      if (!isDummy(t) && firstSign[t->signal->index] < 0 && t->sign != SignNone) firstSign[t->signal->index] = t->sign;
+  init.clear();
+  space.offset.clear();
+  for (const Signal* s : stg.signals) {
+    uint8_t v = known[s->index] <= 1 ? known[s->index] : firstSign[s->index] == SignMinus;
+    init.push_back(v);
+    space.offset.push_back(static_cast<uint8_t>(v ^ (s->kind != SignalDummy && s->initialValue == 1)));
+  }
+  for (uint32_t i = 0; i < space.size(); ++i)
+    for (auto [t, j] : space.successors[i]) {
+      if (isDummy(t) || t->sign == SignNone || space.value(i, t->signal) != (t->sign == SignPlus ? 1 : 0)) continue;
+      return "inconsistent: " + t->name + " fires with " + t->signal->name + "=" +
+             std::to_string(space.value(i, t->signal)) + " by " + space.runText(i, t);
+    }
+  return "";
+}
+
+uint32_t StateSpace::find(const TokenVector& marking, const std::vector<uint8_t>& code) const {
+  auto it = index.find(keyOf(marking, code, nullptr));
+  return it == index.end() ? NoState : it->second;
+}
+
+std::vector<const Transition*> StateSpace::runTo(uint32_t state) const {
+  std::vector<const Transition*> run;
+  for (uint32_t s = state; parent[s] != NoState; s = parent[s]) run.push_back(via[s]);
   std::reverse(run.begin(), run.end());
   return run;
 }
 
+std::string StateSpace::runText(uint32_t state, const Transition* last) const {
+  std::string text;
+  for (const Transition* t : runTo(state)) text += (text.empty() ? "" : " ") + t->name;
+  if (last) text += (text.empty() ? "" : " ") + last->name;
+  return text.empty() ? "(empty run)" : text;
+}
+
+std::vector<uint32_t> StateSpace::closure(std::vector<uint32_t> from,
+                                          const std::function<bool(const Transition*)>& follow) const {
+  std::set<uint32_t> seen(from.begin(), from.end());
+  for (size_t k = 0; k < from.size(); ++k)
+    for (auto [t, j] : successors[from[k]])
+      if (follow(t) && seen.insert(j).second) from.push_back(j);
+  return std::vector<uint32_t>(seen.begin(), seen.end());
+}
+
 std::set<PlaceSet> StateSpace::placeSets() const {
   std::set<PlaceSet> out;
-  for (const TokenVector& m : markings) {
-    PlaceSet places;
-    for (uint32_t p = 0; p < m.size(); ++p)
-      if (m[p]) places.push_back(p);
-    out.insert(places);
-  }
+  for (const TokenVector& m : markings) out.insert(placesOf(m));
   return out;
 }
 

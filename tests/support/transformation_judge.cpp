@@ -7,14 +7,13 @@
 #include <set>
 #include <vector>
 
-#include "support/stg_space.h"
-#include "unit/verify/stg_states.h"
+#include "support/state_space.h"
+#include "support/stg_states.h"
+#include "verify/signal_encoding.h"
 
 namespace nurex::test {
 
 namespace {
-
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
 
 const Signal* signalNamed(const Stg& stg, const std::string& name) {
   for (const Signal* s : stg.signals)
@@ -22,7 +21,11 @@ const Signal* signalNamed(const Stg& stg, const std::string& name) {
   return nullptr;
 }
 
-using Space = StgSpace;
+using Space = StateSpace;
+
+Space signalSpace(const Stg& stg, uint32_t limit) {
+  return exploreStateSpace(stg, {.stateLimit = limit, .stg = &stg, .stopWhenUnsafe = true});
+}
 
 std::string labelOf(const Transition* t) {
   return t->signal->name + (t->sign == SignPlus ? "+" : t->sign == SignMinus ? "-" : "~");
@@ -32,11 +35,7 @@ using StateSet = std::vector<uint32_t>;
 
 // The states reachable from `set` by transitions without a label (-1).
 StateSet closure(const Space& space, const std::vector<int>& labels, StateSet set) {
-  std::set<uint32_t> seen(set.begin(), set.end());
-  for (size_t k = 0; k < set.size(); ++k)
-    for (auto [t, j] : space.successors[set[k]])
-      if (labels[t->index] < 0 && seen.insert(j).second) set.push_back(j);
-  return StateSet(seen.begin(), seen.end());
+  return space.closure(std::move(set), [&](const Transition* t) { return labels[t->index] < 0; });
 }
 
 // Visible traces of both nets in lockstep, with the dead states that each set holds.
@@ -112,16 +111,9 @@ std::string compareTraces(const Space& a, const Space& b, const std::set<std::st
 // Input labels enabled in a state or after dummy transitions from it.
 std::set<std::string> inputsNear(const Space& space, uint32_t state) {
   std::set<std::string> inputs;
-  std::vector<uint32_t> stack{state};
-  std::set<uint32_t> seen{state};
-  while (!stack.empty()) {
-    uint32_t s = stack.back();
-    stack.pop_back();
-    for (auto [t, j] : space.successors[s]) {
+  for (uint32_t s : space.closure({state}, isDummy))
+    for (auto [t, j] : space.successors[s])
       if (!isDummy(t) && t->signal->kind == SignalInput) inputs.insert(labelOf(t));
-      if (isDummy(t) && seen.insert(j).second) stack.push_back(j);
-    }
-  }
   return inputs;
 }
 
@@ -131,7 +123,7 @@ std::string delayedInput(const Space& b, const std::set<std::string>& newSignals
       if (isDummy(t) || !newSignals.count(t->signal->name)) continue;
       std::set<std::string> before = inputsNear(b, i);
       for (const std::string& l : inputsNear(b, j))
-        if (!before.count(l)) return "input delayed: " + l + " waits for " + t->name + " in " + b.run(i, t);
+        if (!before.count(l)) return "input delayed: " + l + " waits for " + t->name + " in " + b.runText(i, t);
     }
   return "";
 }
@@ -148,17 +140,17 @@ std::string cscConflict(const Space& b, uint32_t limit, bool& complete) {
     for (size_t x = 0; x < group.size(); ++x)
       for (size_t y = x + 1; y < group.size(); ++y) {
         bool differ = std::any_of(b.stg->signals.begin(), b.stg->signals.end(), [&](const Signal* s) {
-          return isLocal(s) && group[x]->excited[s->index] != group[y]->excited[s->index];
+          return isLocalSignal(s) && group[x]->excited[s->index] != group[y]->excited[s->index];
         });
         if (differ && (!first || group[x]->distance + group[y]->distance < first->distance + second->distance))
           first = group[x], second = group[y];
       }
   if (!first) return "";
-  auto stateOf = [&](const CountedState* c) { return b.stateOf(c->marking, c->code); };
+  auto stateOf = [&](const CountedState* c) { return b.find(c->marking, c->code); };
   std::string code;
   for (const Signal* s : b.stg->signals)
     if (s->kind != SignalDummy) code += s->name + "=" + std::to_string(b.value(stateOf(first), s)) + " ";
-  return "CSC conflict: " + b.run(stateOf(first)) + " and " + b.run(stateOf(second)) + " reach " + code +
+  return "CSC conflict: " + b.runText(stateOf(first)) + " and " + b.runText(stateOf(second)) + " reach " + code +
          "with different excited outputs or internals";
 }
 
@@ -176,20 +168,19 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
   for (const Signal* s : input.signals)
     if (s->kind != SignalDummy && !signalNamed(output, s->name)) return {true, "signal " + s->name + " is missing"};
 
-  Space a, b;
-  std::vector<uint8_t> knownA, knownB;
-  for (const Signal* s : input.signals) knownA.push_back(s->initialValue);
-  exploreStgSpace(input, knownA, options.stateLimit, a);
-  if (!a.complete) return {false, "state limit reached in the input"};
-  if (!a.failure.empty()) return {true, "input STG " + a.failure};
   // Old signals take the input's values, so that both start from the same code.
+  std::vector<uint8_t> knownA, knownB, initA, initB;
+  for (const Signal* s : input.signals) knownA.push_back(s->initialValue);
+  Space a = signalSpace(input, options.stateLimit);
+  if (!a.complete) return {false, "state limit reached in the input"};
+  if (std::string failure = signalFailure(a, knownA, initA); !failure.empty()) return {true, "input STG " + failure};
   for (const Signal* s : output.signals) {
     const Signal* old = s->kind == SignalDummy ? nullptr : signalNamed(input, s->name);
-    knownB.push_back(old ? a.init[old->index] : s->initialValue);
+    knownB.push_back(old ? initA[old->index] : s->initialValue);
   }
-  exploreStgSpace(output, knownB, options.stateLimit, b);
+  Space b = signalSpace(output, options.stateLimit);
   if (!b.complete) return {false, "state limit reached in the output"};
-  if (!b.failure.empty()) return {true, b.failure};
+  if (std::string failure = signalFailure(b, knownB, initB); !failure.empty()) return {true, failure};
 
   bool complete = true;
   std::string failure = compareTraces(a, b, newSignals, options, complete);
@@ -200,32 +191,22 @@ Judgement judgeTransformation(const Stg& input, const Stg& output, const JudgeOp
 }
 
 bool signalsAlternate(const Stg& stg, const std::string& a, const std::string& b, uint32_t stateLimit) {
-  // A state is the marking and which of the two fired last (0: neither yet).
+  StateSpace space = exploreStateSpace(stg, {.stateLimit = stateLimit});
+  if (!space.complete) return false;
+  // Over (state, which of the two fired last: 0 neither yet, 1 a, 2 b).
   auto side = [&](const Transition* t) {
     if (isDummy(t)) return 0;
     return t->signal->name == a ? 1 : t->signal->name == b ? 2 : 0;
   };
-  std::string start;
-  for (const Place* p : stg.places) start.push_back(static_cast<char>(p->tokens != 0));
-  start.push_back(0);
-  std::set<std::string> seen{start};
-  std::vector<std::string> work{start};
+  std::set<std::pair<uint32_t, int>> seen{{0, 0}};
+  std::vector<std::pair<uint32_t, int>> work{{0, 0}};
   while (!work.empty()) {
-    std::string state = std::move(work.back());
+    auto [state, last] = work.back();
     work.pop_back();
-    for (const Transition* t : stg.transitions) {
-      if (!std::all_of(t->preset.begin(), t->preset.end(), [&](const Place* p) { return state[p->index]; })) continue;
-      std::string next = state;
-      for (const Place* p : t->preset) next[p->index] = 0;
-      for (const Place* p : t->postset) next[p->index] = 1;
-      if (int k = side(t)) {
-        if (state.back() == k) return false;
-        next.back() = static_cast<char>(k);
-      }
-      if (seen.insert(next).second) {
-        if (seen.size() > stateLimit) return false;
-        work.push_back(std::move(next));
-      }
+    for (auto [t, next] : space.successors[state]) {
+      int k = side(t);
+      if (k && k == last) return false;
+      if (seen.insert({next, k ? k : last}).second) work.push_back({next, k ? k : last});
     }
   }
   return true;

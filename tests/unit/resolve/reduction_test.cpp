@@ -10,10 +10,10 @@
 #include "support/capture.h"
 #include "support/sanitizer.h"
 #include "support/state_space.h"
+#include "support/stg_states.h"
 #include "support/transformation_judge.h"
 #include "unit/verify/random_stg.h"
 #include "unit/verify/stg_replay.h"
-#include "unit/verify/stg_states.h"
 
 namespace nurex::test {
 namespace {

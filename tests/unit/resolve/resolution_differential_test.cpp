@@ -13,10 +13,10 @@
 #include "resolve/encoding_resolver.h"
 #include "support/capture.h"
 #include "support/sanitizer.h"
+#include "support/stg_states.h"
 #include "support/transformation_judge.h"
 #include "unit/verify/random_stg.h"
 #include "unit/verify/stg_replay.h"
-#include "unit/verify/stg_states.h"
 
 namespace nurex::test {
 namespace {

@@ -9,12 +9,11 @@
 #include "model/loaders.h"
 #include "support/capture.h"
 #include "unit/verify/stg_replay.h"
+#include "verify/signal_encoding.h"
 
 namespace nurex::test {
 
 namespace {
-
-bool isLocal(const Signal* s) { return s->kind == SignalOutput || s->kind == SignalInternal; }
 
 // One function the mode owes: its signal, role and name.
 struct Expected {
@@ -27,7 +26,7 @@ struct Expected {
 std::vector<Expected> expectedFunctions(const Stg& stg, int type) {
   std::vector<Expected> list;
   for (const Signal* s : stg.signals) {
-    if (!isLocal(s)) continue;
+    if (!isLocalSignal(s)) continue;
     if (type == 1) {
       list.push_back({s, Role::Next, PhaseNext, s->name});
     } else {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "model/net.h"
-#include "unit/verify/stg_states.h"
+#include "support/stg_states.h"
 
 namespace nurex::test {
 

@@ -4,6 +4,8 @@
 // supports, costs minimal; with a CSC conflict, the error for the first conflicting signal.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "equation_check.h"
 #include "support/capture.h"
 #include "support/sanitizer.h"
@@ -98,13 +100,8 @@ struct RandomTally {
 bool allRepresented(const StgPrefix& prefix, const std::vector<CountedState>& states) {
   std::set<PlaceSet> represented;
   if (!prefixPlaceSets(prefix.conditions, prefix.events, represented, 5000000, true)) return false;
-  for (const CountedState& s : states) {
-    PlaceSet places;
-    for (uint32_t p = 0; p < s.marking.size(); ++p)
-      if (s.marking[p]) places.push_back(p);
-    if (!represented.count(places)) return false;
-  }
-  return true;
+  return std::all_of(states.begin(), states.end(),
+                     [&](const CountedState& s) { return represented.count(placesOf(s.marking)); });
 }
 
 void checkSeed(uint64_t seed, RandomStgOptions shape, RandomTally& tally) {

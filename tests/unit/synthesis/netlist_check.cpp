@@ -17,11 +17,6 @@
 namespace nurex::test {
 namespace {
 
-// Constants as written in the netlist; the Verilog spelling is accepted beside the other.
-bool isConstant(const std::string& text, bool value) {
-  return text == (value ? "1b`1" : "1b`0") || text == (value ? "1'b1" : "1'b0");
-}
-
 // A parsed expression of the netlist syntax: "|" over "&" over "!", parentheses, signal
 // names and the constants; binary operators stand between single blanks.
 class Expression {
@@ -34,6 +29,26 @@ class Expression {
   bool ok() const { return ok_; }
   Code variables() const { return variables_; }
   bool value(Code code) const { return evaluate(0, code); }
+  // As (care, value) cubes when the text is a sum of products of literals: no cube for the
+  // constant 0, an empty one for 1.
+  std::optional<std::vector<std::pair<Code, Code>>> cubes() const {
+    if (!ok_) return std::nullopt;
+    std::vector<std::pair<Code, Code>> out;
+    for (size_t term : nodes_[0].args) {
+      Code care = 0, value = 0;
+      for (size_t f : nodes_[term].args) {
+        const Node& n = nodes_[f].op == Not ? nodes_[nodes_[f].args[0]] : nodes_[f];
+        bool alone = nodes_[0].args.size() == 1 && nodes_[term].args.size() == 1 && &n == &nodes_[f];
+        if (alone && n.op == Zero) return out;
+        if (alone && n.op == One) continue;
+        if (n.op != Var) return std::nullopt;
+        care |= Code{1} << n.var;
+        value |= Code{&n == &nodes_[f]} << n.var;
+      }
+      out.emplace_back(care, value);
+    }
+    return out;
+  }
 
  private:
   enum Op { Or, And, Not, Var, One, Zero };
@@ -143,36 +158,13 @@ Code contextOf(const EquationAlternative& alt) {
 
 // The equation text is the alternative's cover, cube for cube in some order.
 void expectEquationText(const Stg& stg, const EquationAlternative& alt) {
-  std::map<std::string, uint32_t> index;
-  for (const Signal* s : stg.signals)
-    if (s->kind != SignalDummy) index[s->name] = s->index;
-  auto split = [](const std::string& text, const std::string& by) {
-    std::vector<std::string> parts;
-    for (size_t from = 0;;) {
-      size_t at = text.find(by, from);
-      parts.push_back(text.substr(from, at == std::string::npos ? std::string::npos : at - from));
-      if (at == std::string::npos) return parts;
-      from = at + by.size();
-    }
-  };
-  std::vector<std::pair<Code, Code>> parsed, wanted;
-  if (!isConstant(alt.equation, false))
-    for (const std::string& term : split(alt.equation, " | ")) {
-      Code care = 0, value = 0;
-      if (!isConstant(term, true))
-        for (const std::string& literal : split(term, " & ")) {
-          bool negative = !literal.empty() && literal[0] == '!';
-          auto it = index.find(literal.substr(negative));
-          ASSERT_NE(it, index.end()) << "\"" << literal << "\" in \"" << alt.equation << "\"";
-          care |= Code{1} << it->second;
-          value |= Code{!negative} << it->second;
-        }
-      parsed.emplace_back(care, value);
-    }
+  std::optional<std::vector<std::pair<Code, Code>>> parsed = Expression(alt.equation, stg).cubes();
+  ASSERT_TRUE(parsed) << "\"" << alt.equation << "\" is no sum of products of the signals";
+  std::vector<std::pair<Code, Code>> wanted;
   for (const OracleCube& c : oracleCubes(alt.sop)) wanted.emplace_back(c.care, c.value);
-  std::sort(parsed.begin(), parsed.end());
+  std::sort(parsed->begin(), parsed->end());
   std::sort(wanted.begin(), wanted.end());
-  EXPECT_EQ(parsed, wanted) << "\"" << alt.equation << "\" is not the cover";
+  EXPECT_EQ(*parsed, wanted) << "\"" << alt.equation << "\" is not the cover";
 }
 
 // One "assign" statement, live or commented out: its target and expression.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "model/loaders.h"
+#include "reach_oracle.h"
 #include "stg_replay.h"
 #include "support/capture.h"
 #include "support/sanitizer.h"
@@ -22,18 +23,6 @@ struct Answer {
   uint64_t cost = 0;
 };
 
-// The end of the trace enables no transition that has an event.
-template <class U>
-void expectDeadlock(const U& unit, const Trace& trace) {
-  std::vector<uint32_t> run;
-  for (const TraceStep& step : trace) run.push_back(step.transition->index);
-  TokenVector marking;
-  ASSERT_TRUE(replayRun(unit, run, marking)) << traceText(trace, false);
-  std::vector<bool> occurs = transitionsWithEvents(unit);
-  for (const Transition* t : unit.transitions)
-    EXPECT_FALSE(occurs[t->index] && isEnabled(t, marking)) << t->name << " is enabled at the end of the trace";
-}
-
 struct DeadlockRun {
   template <class U>
   static Answer run(U& unit, const OptionMap* options) {
@@ -41,7 +30,7 @@ struct DeadlockRun {
     mode->run();
     const ResultList& results = mode->result_list();
     if (results.empty()) return {};
-    expectDeadlock(unit, results[0]->traces[0]);
+    expectDeadlock(unit, transitionsWithEvents(unit), transitionsOf(results[0]->traces[0]));
     return {true, results[0]->traces[0].size()};
   }
 };

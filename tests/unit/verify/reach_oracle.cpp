@@ -4,87 +4,38 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/verify/stg_states.h"
-
+#include <algorithm>
 #include <map>
 
 namespace nurex::test {
 
-bool NetView::isDummy(const Transition* t) const { return stg && (!t->signal || t->signal->kind == SignalDummy); }
-
-namespace {
-
-ExplicitState initialState(const NetView& view) {
-  ExplicitState s;
-  for (const Place* p : view.net->places) s.marking.push_back(p->tokens > 0);
-  if (view.stg)
-    for (const Signal* sig : view.stg->signals) s.code.push_back(sig->kind != SignalDummy && sig->initialValue == 1);
-  s.visible = true;
-  return s;
-}
-
-bool enabledIn(const NetView& view, const std::vector<uint8_t>& marking, const Transition* t) {
-  if (!view.occurs[t->index]) return false;
-  for (const Place* p : t->preset)
-    if (!marking[p->index]) return false;
-  return true;
-}
-
-// False when a token lands on a marked place.
-bool fire(const NetView& view, const Transition* t, ExplicitState& s) {
-  for (const Place* p : t->preset) s.marking[p->index] = 0;
-  for (const Place* p : t->postset) {
-    if (s.marking[p->index]) return false;
-    s.marking[p->index] = 1;
-  }
-  if (view.stg && !view.isDummy(t)) {
-    uint8_t& v = s.code[t->signal->index];
-    v = t->sign == SignNone ? !v : t->sign == SignPlus;
-  }
-  s.visible = !view.isDummy(t);
-  return true;
-}
-
-std::string keyOf(const ExplicitState& s) {
-  std::string key(s.marking.begin(), s.marking.end());
-  key.append(s.code.begin(), s.code.end());
-  return key;
-}
-
-}  // namespace
+bool NetView::isDummy(const Transition* t) const { return stg && test::isDummy(t); }
 
 void computeEnabledness(const NetView& view, ExplicitState& state) {
   const auto& transitions = view.net->transitions;
+  const TokenVector& marking = state.marking;
   state.enabled.assign(transitions.size(), false);
-  for (const Transition* t : transitions) state.enabled[t->index] = enabledIn(view, state.marking, t);
-  state.viaDummies.assign(transitions.size(), false);
-  enabledThroughDummies(*view.net, view.stg != nullptr, state.marking, &view.occurs,
-                        [&](const Transition* t) { state.viaDummies[t->index] = true; });
+  for (const Transition* t : transitions) state.enabled[t->index] = view.occurs[t->index] && isEnabled(t, marking);
+  state.viaDummies = enabledThroughDummies(*view.net, view.stg != nullptr, marking, &view.occurs);
 }
 
 bool exploreStates(const NetView& view, std::vector<ExplicitState>& states, uint32_t limit) {
-  states.assign(1, initialState(view));
-  std::map<std::string, uint32_t> index{{keyOf(states[0]), 0}};
-  for (size_t i = 0; i < states.size(); ++i) {
-    for (const Transition* t : view.net->transitions) {
-      if (!enabledIn(view, states[i].marking, t)) continue;
-      ExplicitState next = states[i];
-      if (!fire(view, t, next)) return false;
-      auto [it, fresh] = index.emplace(keyOf(next), static_cast<uint32_t>(states.size()));
-      if (fresh) {
-        if (states.size() >= limit) return false;
-        states.push_back(std::move(next));
-      } else if (next.visible) {
-        states[it->second].visible = true;
-      }
-    }
+  ExploreOptions options{.stateLimit = limit, .stg = view.stg, .fires = &view.occurs, .stopWhenUnsafe = true};
+  StateSpace space = exploreStateSpace(*view.net, options);
+  if (!space.complete || !space.safe) return false;
+  states.assign(space.size(), {});
+  for (uint32_t i = 0; i < space.size(); ++i) {
+    states[i].marking = space.markings[i];
+    if (view.stg) states[i].code = space.codes[i];
+    states[i].visible |= i == 0;
+    for (auto [t, j] : space.successors[i]) states[j].visible |= !view.isDummy(t);
   }
   for (ExplicitState& s : states) computeEnabledness(view, s);
   return true;
 }
 
 bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& states) {
-  std::map<std::vector<uint8_t>, std::vector<uint8_t>> codeOf;
+  std::map<TokenVector, std::vector<uint8_t>> codeOf;
   for (const ExplicitState& s : states) {
     if (!codeOf.emplace(s.marking, s.code).first->second.empty() && codeOf[s.marking] != s.code) return false;
     for (const Transition* t : view.net->transitions) {
@@ -96,10 +47,15 @@ bool consistentCodes(const NetView& view, const std::vector<ExplicitState>& stat
 }
 
 bool replayRun(const NetView& view, const std::vector<const Transition*>& run, ExplicitState& state) {
-  state = initialState(view);
+  TokenVector& marking = state.marking = initialMarking(*view.net);
+  state.code = view.stg ? initialCode(*view.stg) : std::vector<uint8_t>{};
+  state.visible = true;
   for (const Transition* step : run) {
     const Transition* t = view.net->transitions[step->index];
-    if (!enabledIn(view, state.marking, t) || !fire(view, t, state)) return false;
+    if (!view.occurs[t->index] || !isEnabled(t, marking)) return false;
+    fire(t, marking, view.stg ? &state.code : nullptr);
+    if (std::any_of(marking.begin(), marking.end(), [](uint32_t k) { return k > 1; })) return false;
+    state.visible = !view.isDummy(t);
   }
   computeEnabledness(view, state);
   return true;

@@ -11,11 +11,12 @@
 
 #include "model/net.h"
 #include "model/results.h"
+#include "support/state_space.h"
 
 namespace nurex::test {
 
 struct ExplicitState {
-  std::vector<uint8_t> marking;  // safe: 0 or 1 per place
+  TokenVector marking;           // safe: 0 or 1 per place
   std::vector<uint8_t> code;     // per signal; dummies stay 0
   std::vector<bool> enabled;     // per transition
   std::vector<bool> viaDummies;  // per transition: enabled after some dummy transitions

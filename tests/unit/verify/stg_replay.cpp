@@ -1,4 +1,4 @@
-// Test support: replay of conflict traces in the original net, and quiet loading.
+// Test support: replay of deadlock and conflict traces in the original net, and quiet loading.
 #include "stg_replay.h"
 
 #include <gtest/gtest.h>
@@ -6,8 +6,17 @@
 #include "model/loaders.h"
 #include "reach_oracle.h"
 #include "support/capture.h"
+#include "support/state_space.h"
+#include "support/stg_states.h"
 
 namespace nurex::test {
+
+void expectDeadlock(const PetriNet& net, const std::vector<bool>& occurs, const std::vector<const Transition*>& run) {
+  TokenVector marking;
+  ASSERT_TRUE(replayRun(net, run, marking)) << "the deadlock trace does not replay";
+  for (const Transition* t : net.transitions)
+    EXPECT_FALSE(occurs[t->index] && isEnabled(t, marking)) << t->name << " is enabled at the end of the trace";
+}
 
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc) {
   ASSERT_EQ(solution.traces.size(), 2u);
@@ -21,13 +30,8 @@ void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc)
     return;
   }
   // A local signal is excited in one state and not in the other, now or after dummies.
-  auto excitation = [&](const ExplicitState& s) {
-    std::vector<uint8_t> e(prefix.signals.size(), 0);
-    for (const Transition* t : prefix.transitions)
-      if (t->signal && s.viaDummies[t->index]) e[t->signal->index] = 1;
-    return e;
-  };
-  std::vector<uint8_t> x = excitation(a), y = excitation(b);
+  std::vector<uint8_t> x = excitedSignals(prefix, a.marking, &view.occurs);
+  std::vector<uint8_t> y = excitedSignals(prefix, b.marking, &view.occurs);
   bool differs = false;
   for (uint32_t i = prefix.outputsBegin; i < prefix.dummiesBegin; ++i) differs |= x[i] != y[i];
   EXPECT_TRUE(differs) << "the excited local signals are equal";

@@ -1,4 +1,4 @@
-// Test support: replays the conflicts of STG modes in the original net (not in the prefix),
+// Test support: replays the deadlocks and conflicts of the modes in the original net (not in the prefix),
 // and loads STGs quietly.
 #pragma once
 
@@ -21,6 +21,8 @@ std::vector<bool> transitionsWithEvents(const Unit& unit) {
   for (const auto* e : unit.events) occurs[e->transition->index] = true;
   return occurs;
 }
+// Replays the run in the net: it ends where no transition among `occurs` is enabled.
+void expectDeadlock(const PetriNet& net, const std::vector<bool>& occurs, const std::vector<const Transition*>& run);
 // Replays both traces and checks that they are a USC (or, with `csc`, a CSC) conflict.
 void expectConflict(const StgPrefix& prefix, const Solution& solution, bool csc);
 

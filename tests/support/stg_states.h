@@ -7,10 +7,9 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 #include <vector>
 
-#include "model/net.h"
+#include "support/state_space.h"
 
 namespace nurex::test {
 
@@ -27,7 +26,7 @@ StgStateFacts exploreStg(const Stg& stg, uint32_t stateLimit = 20000);
 
 // A counted state, distinct from the others by marking or code.
 struct CountedState {
-  std::vector<uint8_t> marking;  // per place
+  TokenVector marking;
   std::vector<uint8_t> code;     // per signal; dummies stay 0
   std::vector<uint8_t> excited;  // per signal: some transition of it is enabled, now or after dummies
   uint32_t distance = 0;         // length of a shortest run reaching it
@@ -41,34 +40,9 @@ struct CountedStates {
 
 CountedStates countedStgStates(const Stg& stg, uint32_t stateLimit = 20000);
 
-// Calls `visit` for each transition (among `occurring`, if given) enabled at the safe marking
-// or at one that dummy transitions reach from it (in an STG), once per such marking.
-template <class Visit>
-void enabledThroughDummies(const PetriNet& net, bool stg, const std::vector<uint8_t>& marking,
-                           const std::vector<bool>* occurring, Visit visit) {
-  std::set<std::vector<uint8_t>> seen{marking};
-  std::vector<std::vector<uint8_t>> pending{marking};
-  while (!pending.empty()) {
-    std::vector<uint8_t> m = std::move(pending.back());
-    pending.pop_back();
-    for (const Transition* t : net.transitions) {
-      if (occurring && !(*occurring)[t->index]) continue;
-      bool enabled = true;
-      for (const Place* p : t->preset) enabled &= m[p->index] != 0;
-      if (!enabled) continue;
-      visit(t);
-      if (!stg || (t->signal && t->signal->kind != SignalDummy)) continue;
-      std::vector<uint8_t> next = m;
-      for (const Place* p : t->preset) next[p->index] = 0;
-      for (const Place* p : t->postset) next[p->index] = 1;
-      if (seen.insert(next).second) pending.push_back(std::move(next));
-    }
-  }
-}
-
 // Per signal: some transition of it (among `occurring`, if given) is enabled in the safe
 // marking or in one that dummy transitions reach from it.
-std::vector<uint8_t> excitedSignals(const Stg& stg, const std::vector<uint8_t>& marking,
+std::vector<uint8_t> excitedSignals(const Stg& stg, const TokenVector& marking,
                                     const std::vector<bool>* occurring = nullptr);
 
 }  // namespace nurex::test
