@@ -13,15 +13,6 @@ namespace nurex {
 
 namespace {
 
-std::vector<uint32_t> variablesOf(const SumOfProducts& sop) {
-  std::vector<uint32_t> vars;
-  for (const Cube& c : sop)
-    for (const CubeLiteral& l : c) vars.push_back(l.variable);
-  std::sort(vars.begin(), vars.end());
-  vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
-  return vars;
-}
-
 // A part of a split: either one literal, read by the gate above directly, or a function.
 struct Part {
   SumOfProducts sop;
@@ -35,7 +26,7 @@ BddCover partCover(const Part& part, const bdd& care) { return coverOfPart(part.
 // The care set seen from the part's own variables: gate matching quantifies over the support
 // only, so the regions must not read anything else.
 BddCover coverOfPart(const SumOfProducts& sop, const bdd& care) {
-  std::vector<uint32_t> support = variablesOf(sop);
+  std::vector<uint32_t> support = sopVariables(sop);
   std::vector<int> others;
   bdd all = bddSupport(care);
   while (all != bddtrue && all != bddfalse) {
@@ -141,6 +132,20 @@ void splitsOf(const SumOfProducts& sop, bool inverted, const bdd& care, uint32_t
   }
 }
 
+// Appends `sub` to `out` and feeds with its root every input of out's gate that reads y.
+void graft(GateNetwork& out, const GateNetwork& sub, uint32_t y) {
+  int32_t root = static_cast<int32_t>(out.nodes.size());
+  for (GateNode node : sub.nodes) {
+    for (int32_t& f : node.feeds)
+      if (f >= 0) f += root;
+    out.nodes.push_back(std::move(node));
+  }
+  out.area += sub.area;
+  const GateMatch& m = out.nodes[0].match;
+  for (size_t k = 0; k < m.inputs.size(); ++k)
+    if (m.inputs[k].variable == y) out.nodes[0].feeds[k] = root;
+}
+
 class TreeMapper {
  public:
   explicit TreeMapper(const MappingContext& context) : context_(context) {}
@@ -194,15 +199,7 @@ class TreeMapper {
       if (!fed) continue;
       std::optional<GateNetwork> sub = map(parts[i], depth - 1);
       if (!sub) return std::nullopt;
-      int32_t root = static_cast<int32_t>(out.nodes.size());
-      for (GateNode node : sub->nodes) {
-        for (int32_t& f : node.feeds)
-          if (f >= 0) f += root;
-        out.nodes.push_back(std::move(node));
-      }
-      out.area += sub->area;
-      for (size_t k = 0; k < m.inputs.size(); ++k)
-        if (m.inputs[k].variable == y) out.nodes[0].feeds[k] = root;
+      graft(out, *sub, y);
     }
     return out;
   }
@@ -279,18 +276,9 @@ std::optional<GateNetwork> mapMonotonic(const BddCover& set, const BddCover& res
   for (int i = 0; i < 2; ++i) {
     if (parts[i].literal()) continue;
     uint32_t y = context.firstFreeVariable + static_cast<uint32_t>(i);
-    BddCover part = *covers[i];
-    std::optional<GateNetwork> sub = mapCombinational(part, context);
+    std::optional<GateNetwork> sub = mapCombinational(*covers[i], context);
     if (!sub) return std::nullopt;
-    int32_t root = static_cast<int32_t>(out.nodes.size());
-    for (GateNode node : sub->nodes) {
-      for (int32_t& f : node.feeds)
-        if (f >= 0) f += root;
-      out.nodes.push_back(std::move(node));
-    }
-    out.area += sub->area;
-    for (size_t k = 0; k < m.inputs.size(); ++k)
-      if (m.inputs[k].variable == y) out.nodes[0].feeds[k] = root;
+    graft(out, *sub, y);
   }
   return out;
 }

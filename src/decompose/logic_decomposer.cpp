@@ -39,15 +39,6 @@ const char* const FailedMessage = "failed to decompose";
 
 std::string line(char c) { return std::string(52, c); }
 
-std::vector<uint32_t> supportOf(const SumOfProducts& sop) {
-  std::vector<uint32_t> vars;
-  for (const Cube& c : sop)
-    for (const CubeLiteral& l : c) vars.push_back(l.variable);
-  std::sort(vars.begin(), vars.end());
-  vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
-  return vars;
-}
-
 // Whether h holds at the code of a configuration (signal values by index).
 bool holdsAt(const bdd& h, const std::vector<uint8_t>& code) {
   bdd point = bddtrue;
@@ -139,13 +130,7 @@ LogicDecomposer::~LogicDecomposer() = default;
 const Stg& LogicDecomposer::net() const { return *prefix_; }
 
 bool LogicDecomposer::unfold() {
-  auto next = std::make_unique<StgPrefix>();
-  static_cast<Stg&>(*next) = std::move(static_cast<Stg&>(*prefix_));
-  prefix_ = std::move(next);
-  UnfoldOptions unfoldOptions = reUnfoldingOptions();
-  unfoldOptions.conc_rel_size = 0;
-  if (!unfoldNet(*prefix_, unfoldOptions)) return false;
-  prefix_->unfoldedHere = true;
+  if (!unfoldAgain(prefix_)) return false;
   if (prefix_->events.size() > MaxEvents) {
     reportError("the prefix has " + std::to_string(prefix_->events.size()) + " events; -T handles at most " +
                 std::to_string(MaxEvents));
@@ -273,7 +258,7 @@ std::vector<LogicDecomposer::SubFunctionChoice> LogicDecomposer::subFunctionsOf(
     if (!seen.emplace(std::make_pair(c.on.id(), c.off.id()), true).second) return;
     std::optional<SumOfProducts> sop = minimiseCover(c), rest = minimiseCover(other);
     if (!sop || !rest || literalCount(*sop) <= 1) return;
-    std::vector<uint32_t> vars = supportOf(*rest);
+    std::vector<uint32_t> vars = sopVariables(*rest);
     if (latch) vars.push_back(task.z->index);
     std::sort(vars.begin(), vars.end());
     vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
@@ -416,7 +401,7 @@ bool LogicDecomposer::insertSubFunction(const Task& task, const SubFunctionChoic
   std::optional<SumOfProducts> sop = minimiseCover(choice.cover);
   if (!sop) return false;
   bdd h = sopToBdd(*sop);
-  std::vector<uint32_t> support = supportOf(*sop);
+  std::vector<uint32_t> support = sopVariables(*sop);
   std::string hText = expressionText(*sop, prefix_->signals, ConstantStyle::Result);
   if (verbosity >= 2)
     printTo(stdout, "\n\nTrying to insert subfunction $1=%s in [%s]=%s", hText.c_str(), task.z->name.c_str(),
@@ -597,8 +582,6 @@ void LogicDecomposer::buildResults(const std::vector<Task>& tasks) {
     results_.push_back(std::move(impl));
   }
 }
-
-double LogicDecomposer::totalArea() const { return mapping::totalArea(results_); }
 
 std::string LogicDecomposer::report() const { return mapping::decompositionResult(results_, failed_); }
 

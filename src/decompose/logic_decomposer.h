@@ -30,7 +30,6 @@ class LogicDecomposer : public SearchModeBase {
 
   // "Logic decomposition finished (area=...)" or "Failed to decompose".
   std::string report() const;
-  double totalArea() const;
   const Stg& net() const;
   size_t insertedSignals() const { return inserted_; }
   bool failed() const { return failed_; }

@@ -77,13 +77,6 @@ size_t occurrences(const SumOfProducts& f, const CubeLiteral& literal) {
   }));
 }
 
-std::vector<uint32_t> variablesOf(const SumOfProducts& f) {
-  std::vector<uint32_t> variables;
-  for (const CubeLiteral& literal : literalsOf(f)) variables.push_back(literal.variable);
-  variables.erase(std::unique(variables.begin(), variables.end()), variables.end());
-  return variables;
-}
-
 std::optional<SopNode> minimiseBetween(const bdd& on, const bdd& off, std::vector<uint32_t> support) {
   BddCover cover;
   cover.on = on;
@@ -276,7 +269,7 @@ std::optional<SopNode> nodeFromCover(const BddCover& cover, const MinimiserLimit
 std::optional<SopNode> SopNode::simplify(const bdd& dontCare) const {
   try {
     bdd f = function();
-    return minimiseBetween(bdd_apply(f, dontCare, bddop_diff), bdd_apply(f, dontCare, bddop_nor), variablesOf(cover_));
+    return minimiseBetween(bdd_apply(f, dontCare, bddop_diff), bdd_apply(f, dontCare, bddop_nor), sopVariables(cover_));
   } catch (const BddError&) {
     return std::nullopt;  // reported by the error hook
   }
@@ -285,7 +278,7 @@ std::optional<SopNode> SopNode::simplify(const bdd& dontCare) const {
 std::optional<SopNode> SopNode::complement() const {
   try {
     bdd f = function();
-    return minimiseBetween(!f, f, variablesOf(cover_));
+    return minimiseBetween(!f, f, sopVariables(cover_));
   } catch (const BddError&) {
     return std::nullopt;
   }

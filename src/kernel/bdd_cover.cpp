@@ -101,6 +101,15 @@ bdd bddSupport(const bdd& f) {
   return set;
 }
 
+std::vector<uint32_t> sopVariables(const SumOfProducts& sop) {
+  std::vector<uint32_t> vars;
+  for (const Cube& c : sop)
+    for (const CubeLiteral& l : c) vars.push_back(l.variable);
+  std::sort(vars.begin(), vars.end());
+  vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
+  return vars;
+}
+
 uint64_t literalCount(const SumOfProducts& sop) {
   uint64_t count = 0;
   for (const Cube& cube : sop) count += cube.size();

@@ -23,6 +23,8 @@ using SumOfProducts = std::vector<Cube>;
 bdd cubeToBdd(const Cube& cube);
 bdd sopToBdd(const SumOfProducts& sop);
 uint64_t literalCount(const SumOfProducts& sop);
+// The variables the sum reads, ascending, each once.
+std::vector<uint32_t> sopVariables(const SumOfProducts& sop);
 // A BDD as the sum of its paths to 1, as BddCover::text prints each region.
 std::string bddText(const bdd& f);
 // The variables `f` reads, as a BuDDy variable set (a conjunction of positive literals).

@@ -29,14 +29,7 @@ EncodingResolver::~EncodingResolver() = default;
 
 bool EncodingResolver::unfold() {
   last_.reset();
-  auto next = std::make_unique<StgPrefix>();
-  static_cast<Stg&>(*next) = std::move(static_cast<Stg&>(*prefix_));
-  prefix_ = std::move(next);
-  UnfoldOptions unfoldOptions = reUnfoldingOptions();
-  unfoldOptions.conc_rel_size = 0;
-  if (!unfoldNet(*prefix_, unfoldOptions)) return false;
-  prefix_->unfoldedHere = true;
-  return checkPrefix();
+  return unfoldAgain(prefix_) && checkPrefix();
 }
 
 bool EncodingResolver::checkPrefix() {

@@ -4,6 +4,7 @@
 
 #include "platform/reporter.h"
 #include "resolve/event_order.h"
+#include "unfold/unfolder.h"
 
 namespace nurex {
 
@@ -27,6 +28,17 @@ Place* link(Stg& stg, Transition* from, Transition* to) {
 }
 
 }  // namespace
+
+bool unfoldAgain(std::unique_ptr<StgPrefix>& prefix) {
+  auto next = std::make_unique<StgPrefix>();
+  static_cast<Stg&>(*next) = std::move(static_cast<Stg&>(*prefix));
+  prefix = std::move(next);
+  UnfoldOptions options = reUnfoldingOptions();
+  options.conc_rel_size = 0;
+  if (!unfoldNet(*prefix, options)) return false;
+  prefix->unfoldedHere = true;
+  return true;
+}
 
 Signal* addInsertedSignal(Stg& net, const std::string& base, bool initialValue, std::vector<AppliedInsertion>& applied,
                           const std::vector<uint32_t>& signs) {

@@ -2,6 +2,7 @@
 // not unfold the STG again and the events of the conflicts found so far keep their identity.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "resolve/insertion.h"
@@ -32,6 +33,10 @@ bool prefixMatchesNet(const StgPrefix& prefix);
 // of each insertion. The prefix is not touched.
 Signal* addInsertedSignal(Stg& net, const std::string& base, bool initialValue, std::vector<AppliedInsertion>& applied,
                           const std::vector<uint32_t>& signs);
+
+// Moves the net of `prefix` into a fresh prefix and unfolds it as a modified STG is unfolded
+// again (no concurrency relation); false after the unfolder's error.
+bool unfoldAgain(std::unique_ptr<StgPrefix>& prefix);
 
 class EventOrder;
 // Every event of the signal has the sign that the parity of its predecessors of the signal

@@ -57,7 +57,9 @@ TEST(FunctionMapping, RandomCoversMapOntoCorrectNetworks) {
     ASSERT_TRUE(n) << "round " << round;
     multiGate += !n->single();
     for (uint64_t m = 0; m < 32; ++m)
-      if (care >> m & 1) ASSERT_EQ(evaluate(*n, 0, m, false), (on >> m & 1) != 0) << "round " << round << " minterm " << m;
+      if (care >> m & 1) {
+        ASSERT_EQ(evaluate(*n, 0, m, false), (on >> m & 1) != 0) << "round " << round << " minterm " << m;
+      }
   }
   EXPECT_GT(multiGate, 15);
 }
